@@ -1,0 +1,127 @@
+#pragma once
+
+// The list of a notifier's notifiees, and the iterator by which a notifier walks it.
+//
+// The list holds no references. Its members are chained through a link that each member carries,
+// so that joining allocates nothing; a member is in one list at most. A member of type T gives
+// access to its link through `ListRawLink` (see NotifieeFor in Kob/Notifier.h).
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "Kob/Assert.h"
+#include "Kob/Export.h"
+#include "Kob/PtrInterface.h"
+
+namespace Kob {
+
+/// Access to the link of a list member; members befriend it and call their link `kobNext_`.
+struct ListRawLink {
+  template <class T>
+  static T*& of(T& member) noexcept {
+    return member.kobNext_;
+  }
+};
+
+template <class T>
+class KOB_EXPORT ListRaw {
+ public:
+  using Member = T;
+
+  ListRaw() = default;
+  ListRaw(const ListRaw&) = delete;
+  ListRaw& operator=(const ListRaw&) = delete;
+  virtual ~ListRaw() = default;
+
+  /// Appends `member` at the tail. REQUIRES: it is in no list.
+  void newMember(T* member) noexcept {
+    ListRawLink::of(*member) = nullptr;
+    (tail_ != nullptr ? ListRawLink::of(*tail_) : head_) = member;
+    tail_ = member;
+    ++modificationCount_;
+    ++members_;
+  }
+
+  /// Unlinks `member`, found by walking from the head; false, and no change, when it is not here.
+  bool deleteMember(T* member) noexcept {
+    T* before = nullptr;
+    T* at = head_;
+    while (at != nullptr && at != member) {
+      before = at;
+      at = ListRawLink::of(*at);
+    }
+    if (at == nullptr) return false;
+    (before != nullptr ? ListRawLink::of(*before) : head_) = ListRawLink::of(*member);
+    if (tail_ == member) tail_ = before;
+    ListRawLink::of(*member) = nullptr;
+    ++modificationCount_;
+    --members_;
+    return true;
+  }
+
+  /// Unlinks every member.
+  virtual void deleteAll() noexcept {
+    while (head_ != nullptr) {
+      T* const member = head_;
+      head_ = ListRawLink::of(*member);
+      ListRawLink::of(*member) = nullptr;
+    }
+    tail_ = nullptr;
+    members_ = 0;
+    ++modificationCount_;
+  }
+
+  [[nodiscard]] std::uint32_t members() const noexcept { return members_; }
+  /// Goes up with every joining and leaving.
+  [[nodiscard]] std::uint32_t modificationCount() const noexcept { return modificationCount_; }
+  /// The first member, or null.
+  [[nodiscard]] T* head() const noexcept { return head_; }
+  /// The member after `member`, or null.
+  [[nodiscard]] T* next(const T* member) const noexcept {
+    return ListRawLink::of(const_cast<T&>(*member));
+  }
+
+ private:
+  std::uint32_t modificationCount_ = 0;
+  std::uint32_t members_ = 0;
+  T* head_ = nullptr;
+  T* tail_ = nullptr;
+};
+
+template <class List>
+class SnapshotIterator;
+
+/// Walks the members that the list had when the iterator was made, in list order, holding each of
+/// them until it has been visited. A member that nobody but the snapshot holds any more when its
+/// turn comes is skipped: it was taken from the list and dropped while the walk was under way.
+template <class T>
+class SnapshotIterator<ListRaw<T>> {
+ public:
+  explicit SnapshotIterator(const ListRaw<T>& list) {
+    members_.reserve(list.members());
+    for (T* member = list.head(); member != nullptr; member = list.next(member)) {
+      members_.emplace_back(member);
+    }
+  }
+
+  /// Whether the iterator stands on a member.
+  explicit operator bool() const noexcept { return at_ < members_.size(); }
+  T& operator*() const noexcept { return *members_[at_]; }
+  T* operator->() const noexcept { return members_[at_].get(); }
+
+  /// Releases the visited member and goes to the next that is still held by somebody else.
+  SnapshotIterator& operator++() noexcept {
+    do {
+      members_[at_] = nullptr;
+      ++at_;
+    } while (at_ < members_.size() && members_[at_]->references() == 1);
+    return *this;
+  }
+
+ private:
+  std::vector<Ptr<T>> members_;
+  std::size_t at_ = 0;
+};
+
+}  // namespace Kob

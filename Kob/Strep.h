@@ -1,0 +1,30 @@
+#pragma once
+
+// Values from their text form ("strep"). A value type T parses itself with a constructor
+// T(String8::IteratorConst& position, const String8::IteratorConst& end) that leaves `position`
+// behind what it took.
+
+#include <string>
+
+#include "Kob/Exception.h"
+#include "Kob/String8.h"
+
+namespace Kob {
+
+/// Parses the whole of `text` as a T; the pointer only selects the type. Throws RangeException
+/// "junk at column N deserializing TEXT" when something is left after the value, N being the bytes
+/// that were taken; passes on what the value's own constructor throws.
+template <class T>
+T strepToValue(const String8& text, T* /*selectsType*/) {
+  String8::IteratorConst position = text.begin();
+  const String8::IteratorConst end = text.end();
+  T value(position, end);
+  if (!(position == end)) {
+    const std::string message = "junk at column " + std::to_string(position.position()) +
+                                " deserializing " + text.charPtr();
+    throwRangeException(message.c_str());
+  }
+  return value;
+}
+
+}  // namespace Kob

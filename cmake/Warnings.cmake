@@ -1,0 +1,17 @@
+# The warnings that every target of the project is compiled with. They are errors, unless the configuration says
+# -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF (for a packager with a compiler that is newer than this list).
+
+if(NOT DEFINED CMAKE_COMPILE_WARNING_AS_ERROR)
+  set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
+endif()
+
+set(commonWarnings
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wold-style-cast -Wformat=2 -Wsuggest-override)
+set(gnuWarnings -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast)
+# clang takes libstdc++'s own use of what libstdc++ deprecates (in std::stable_sort) for ours.
+set(clangWarnings -Wno-deprecated-declarations)
+
+set(projectWarnings ${commonWarnings}
+  "$<$<CXX_COMPILER_ID:GNU>:${gnuWarnings}>"
+  "$<$<CXX_COMPILER_ID:Clang>:${clangWarnings}>")

@@ -1,0 +1,251 @@
+// Iteration over a collection that changes under the iterator. Small collections are exhausted: for
+// every number of entries up to six, each set of entries is removed, replaced or inserted at each
+// place of a walk, under three hash functions, and the whole state is checked after every step.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "Kob/HashMap.h"
+#include "tests/Kob/Pairs.h"
+
+namespace KobTest {
+namespace {
+
+using Kob::Ptr;
+
+constexpr int most = 6;
+
+/// The members of `numbers` whose place's bit is set.
+Numbers subset(const Numbers& numbers, unsigned bits) {
+  Numbers chosen;
+  for (std::size_t at = 0; at < numbers.size(); ++at) {
+    if (((bits >> at) & 1U) != 0) chosen.push_back(numbers[at]);
+  }
+  return chosen;
+}
+
+/// The first `count` of `numbers`, and those after them.
+Numbers head(const Numbers& numbers, std::size_t count) {
+  return {numbers.begin(), numbers.begin() + static_cast<std::ptrdiff_t>(count)};
+}
+Numbers tail(const Numbers& numbers, std::size_t count) {
+  return {numbers.begin() + static_cast<std::ptrdiff_t>(count), numbers.end()};
+}
+
+template <class Hash>
+class HashMapWalk : public testing::Test {
+ protected:
+  using Iterator = typename Pairs<Hash>::Iterator;
+
+  void TearDown() override { EXPECT_EQ(Pair<Hash>::alive, 0); }
+
+  /// Calls visit(order, at, bits) for every collection of up to six entries, each place of a walk
+  /// over it and each set of its members.
+  template <class Visit>
+  void forEachPlaceAndSubset(const Visit& visit) {
+    for (int count = 1; count <= most; ++count) {
+      const Numbers order = inOrder<Hash>(firstNumbers(count));
+      for (std::size_t at = 0; at < order.size(); ++at) {
+        for (unsigned bits = 0; bits < (1U << count) && !HasFatalFailure(); ++bits) {
+          SCOPED_TRACE(std::to_string(count) + " entries, place " + std::to_string(at) +
+                       ", members " + std::to_string(bits));
+          visit(order, at, subset(order, bits));
+        }
+      }
+    }
+  }
+
+  /// An iterator on the entry `at` places after the first.
+  static Iterator standingAt(Pairs<Hash>& pairs, std::size_t at) {
+    Iterator it(&pairs);
+    for (std::size_t step = 0; step < at; ++step) ++it;
+    return it;
+  }
+
+  /// What the iterator visits from the next entry on, checking the whole state at every step.
+  static Numbers rest(const Pairs<Hash>& pairs, Iterator& it, const Numbers& present) {
+    Numbers visited;
+    for (++it; it; ++it) {
+      visited.push_back(it.key().number);
+      expectHolds(pairs, present, it.ptr().get());
+    }
+    return visited;
+  }
+};
+TYPED_TEST_SUITE(HashMapWalk, AllHashes, HashNames);
+
+TYPED_TEST(HashMapWalk, VisitsEveryEntryOnceInOrder) {
+  for (int count = 0; count <= 20; ++count) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, firstNumbers(count));
+    EXPECT_EQ(walked(pairs), inOrder<TypeParam>(firstNumbers(count)));
+  }
+}
+
+TYPED_TEST(HashMapWalk, SkipsWhatIsRemovedBeforeItsTurn) {
+  this->forEachPlaceAndSubset([](const Numbers& order, std::size_t at, const Numbers& removed) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, order);
+    auto it = TestFixture::standingAt(pairs, at);
+    Numbers present = order;
+    for (const int number : removed) {
+      remove(pairs, number);
+      present = without(present, {number});
+      expectHolds(pairs, present, it.ptr().get());
+      ASSERT_EQ(it.key().number, order[at]) << "it stays on its entry, even a removed one";
+    }
+    ASSERT_EQ(TestFixture::rest(pairs, it, present), without(tail(order, at + 1), removed));
+  });
+}
+
+TYPED_TEST(HashMapWalk, VisitsReplacedEntriesOnceAndNeverTurnsBack) {
+  this->forEachPlaceAndSubset([](const Numbers& order, std::size_t at, const Numbers& replaced) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, order);
+    auto it = TestFixture::standingAt(pairs, at);
+    for (const int number : replaced) {
+      remove(pairs, number);
+      insert(pairs, number);
+      expectHolds(pairs, order, it.ptr().get());
+    }
+    ASSERT_EQ(TestFixture::rest(pairs, it, order), tail(order, at + 1));
+  });
+}
+
+TYPED_TEST(HashMapWalk, VisitsWhatIsInsertedAfterItsPlaceAndNothingBefore) {
+  this->forEachPlaceAndSubset([](const Numbers& order, std::size_t at, const Numbers& inserted) {
+    const Numbers before = without(order, inserted);
+    if (at >= before.size()) return;
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, before);
+    auto it = TestFixture::standingAt(pairs, at);
+    const int place = it.key().number;
+    Numbers present = before;
+    for (const int number : inserted) {
+      insert(pairs, number);
+      present.push_back(number);
+      expectHolds(pairs, present, it.ptr().get());
+    }
+    const auto after = std::find(order.begin(), order.end(), place) + 1;
+    ASSERT_EQ(TestFixture::rest(pairs, it, order), Numbers(after, order.end()));
+  });
+}
+
+TYPED_TEST(HashMapWalk, FindsItsPlaceWhenTheCollectionGrowsUnderIt) {
+  for (std::size_t at = 0; at < most; ++at) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, firstNumbers(most));
+    auto it = TestFixture::standingAt(pairs, at);
+    const int place = it.key().number;
+    for (int number = most; number < 100; ++number) insert(pairs, number);
+    const Numbers order = inOrder<TypeParam>(firstNumbers(100));
+    const auto after = std::find(order.begin(), order.end(), place) + 1;
+    ASSERT_EQ(TestFixture::rest(pairs, it, order), Numbers(after, order.end()));
+  }
+}
+
+TYPED_TEST(HashMapWalk, FindsItsPlaceWhenTheCollectionIsResizedUnderIt) {
+  const Numbers order = inOrder<TypeParam>(firstNumbers(most));
+  for (const unsigned from : {1U, 2U, 8U, 64U}) {
+    for (const unsigned to : {1U, 2U, 8U, 64U}) {
+      for (std::size_t at = 0; at < most; ++at) {
+        SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to) + " buckets, place " +
+                     std::to_string(at));
+        Pairs<TypeParam> pairs;
+        insertAll(pairs, order);
+        pairs.setSize0(from);
+        auto it = TestFixture::standingAt(pairs, at);
+        pairs.setSize0(to);
+        ASSERT_EQ(TestFixture::rest(pairs, it, order), tail(order, at + 1));
+      }
+    }
+  }
+}
+
+TYPED_TEST(HashMapWalk, EndsWhenTheCollectionIsEmptiedUnderIt) {
+  for (std::size_t at = 0; at < most; ++at) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, firstNumbers(most));
+    auto it = TestFixture::standingAt(pairs, at);
+    pairs.emptyAllBuckets();
+    EXPECT_EQ(it.ptr()->references(), 1U);
+    EXPECT_FALSE(++it);
+  }
+}
+
+TYPED_TEST(HashMapWalk, GoesOnInTheNewContentWhenTheCollectionIsAssignedUnderIt) {
+  const Numbers order = inOrder<TypeParam>(firstNumbers(most + 3));
+  for (std::size_t at = 0; at < most; ++at) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, head(order, most));
+    Pairs<TypeParam> other(64);
+    insertAll(other, order);
+    auto it = TestFixture::standingAt(pairs, at);
+    pairs = other;
+    ASSERT_EQ(TestFixture::rest(pairs, it, order), tail(order, at + 1));
+  }
+}
+
+TYPED_TEST(HashMapWalk, DeletingTheCurrentEntryAndAdvancingVisitsEveryRemainingEntryOnce) {
+  this->forEachPlaceAndSubset([](const Numbers& order, std::size_t, const Numbers& deleted) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, order);
+    Numbers visited;
+    for (typename TestFixture::Iterator it(&pairs); it; ++it) {
+      visited.push_back(it.key().number);
+      if (std::find(deleted.begin(), deleted.end(), visited.back()) == deleted.end()) continue;
+      ASSERT_TRUE(pairs.deleteMember(it.ptr().get()));
+      ASSERT_FALSE(pairs.deleteMember(it.ptr().get()));
+    }
+    ASSERT_EQ(visited, order);
+    expectHolds(pairs, without(order, deleted));
+  });
+}
+
+TYPED_TEST(HashMapWalk, KeepsTheEntryItStandsOnAndLetsItGoWhenItAdvances) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(3));
+  auto it = TestFixture::standingAt(pairs, 1);
+  remove(pairs, it.key().number);
+  EXPECT_EQ(Pair<TypeParam>::alive, 3);
+  EXPECT_EQ(*it, valueOf(it.key().number));
+  ++it;
+  EXPECT_EQ(Pair<TypeParam>::alive, 2);
+}
+
+TYPED_TEST(HashMapWalk, CopiesOfAnIteratorGoTheirOwnWays) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(4));
+  const Numbers order = walked(pairs);
+  auto first = TestFixture::standingAt(pairs, 1);
+  auto second = first;
+  remove(pairs, order[2]);
+  ++first;
+  EXPECT_EQ(first.key().number, order[3]);
+  EXPECT_EQ(second.key().number, order[1]);
+  insert(pairs, order[2]);
+  ++second;
+  EXPECT_EQ(second.key().number, order[2]);
+  EXPECT_EQ(first.key().number, order[3]);
+}
+
+TYPED_TEST(HashMapWalk, TwoWalksRemovingInTurnsMeetEveryEntryOnceTogether) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(9));
+  Numbers removed;
+  typename TestFixture::Iterator first(&pairs);
+  typename TestFixture::Iterator second(&pairs);
+  while (first || second) {
+    for (auto* const it : {&first, &second}) {
+      if (*it && pairs.deleteMember(it->ptr().get())) removed.push_back(it->key().number);
+      it->advance();
+    }
+  }
+  EXPECT_EQ(removed, inOrder<TypeParam>(firstNumbers(9)));
+  expectHolds(pairs, {});
+}
+
+}  // namespace
+}  // namespace KobTest

@@ -1,0 +1,218 @@
+#include "Kob/ListRaw.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace KobTest {
+
+/// A member of a list.
+class Guest : public Kob::PtrInterface {
+ public:
+  explicit Guest(int number) : number_(number) { ++alive; }
+  ~Guest() override { --alive; }
+  [[nodiscard]] int number() const noexcept { return number_; }
+
+  static inline int alive = 0;
+
+ private:
+  friend struct Kob::ListRawLink;
+
+  int number_;
+  Guest* kobNext_ = nullptr;
+};
+
+namespace {
+
+using Kob::Ptr;
+using Guests = Kob::ListRaw<Guest>;
+using Snapshot = Kob::SnapshotIterator<Guests>;
+using Numbers = std::vector<int>;
+
+constexpr int most = 6;
+
+/// A list, and the only references to its members.
+class Party {
+ public:
+  explicit Party(int count) {
+    for (int number = 0; number < count; ++number) {
+      held.emplace_back(new Guest(number));
+      list.newMember(held.back().get());
+    }
+  }
+  /// Takes a member from the list, and drops the reference to it.
+  void removeAndDrop(int number) {
+    auto& guest = held[static_cast<std::size_t>(number)];
+    list.deleteMember(guest.get());
+    guest = nullptr;
+  }
+  [[nodiscard]] Guest* at(int number) const { return held[static_cast<std::size_t>(number)].get(); }
+
+  std::vector<Ptr<Guest>> held;
+  Guests list;
+};
+
+/// The numbers of the members, checking that the list knows its length.
+Numbers members(const Guests& list) {
+  Numbers numbers;
+  for (const Guest* guest = list.head(); guest != nullptr; guest = list.next(guest)) {
+    numbers.push_back(guest->number());
+  }
+  EXPECT_EQ(list.members(), numbers.size());
+  return numbers;
+}
+
+Numbers rest(Snapshot& snapshot) {
+  Numbers numbers;
+  for (; snapshot; ++snapshot) numbers.push_back(snapshot->number());
+  return numbers;
+}
+
+/// 0 to `count` - 1, without those whose bit is set.
+Numbers numbersWithout(int count, unsigned bits) {
+  Numbers numbers;
+  for (int number = 0; number < count; ++number) {
+    if (((bits >> number) & 1U) == 0) numbers.push_back(number);
+  }
+  return numbers;
+}
+
+class ListRawTest : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(Guest::alive, 0); }
+};
+using SnapshotIterator = ListRawTest;
+
+TEST_F(ListRawTest, IsEmptyAtFirst) {
+  const Guests list;
+  EXPECT_EQ(members(list), Numbers());
+  EXPECT_EQ(list.head(), nullptr);
+}
+
+TEST_F(ListRawTest, MembersJoinAtTheTail) {
+  const Party party(4);
+  EXPECT_EQ(members(party.list), (Numbers{0, 1, 2, 3}));
+  EXPECT_EQ(party.list.next(party.at(3)), nullptr);
+}
+
+TEST_F(ListRawTest, HoldsNoReferences) {
+  const Party party(2);
+  EXPECT_EQ(party.at(0)->references(), 1U);
+  EXPECT_EQ(party.at(1)->references(), 1U);
+}
+
+TEST_F(ListRawTest, EachJoiningAndLeavingRaisesTheModificationCountByOne) {
+  Party party(3);
+  const std::uint32_t before = party.list.modificationCount();
+  Guest newcomer(9);
+  party.list.newMember(&newcomer);
+  EXPECT_EQ(party.list.modificationCount(), before + 1);
+  party.list.deleteMember(&newcomer);
+  EXPECT_EQ(party.list.modificationCount(), before + 2);
+  EXPECT_FALSE(party.list.deleteMember(&newcomer));
+  EXPECT_EQ(party.list.modificationCount(), before + 2) << "nobody left";
+}
+
+TEST_F(ListRawTest, AnyMemberMayLeaveAndJoinAgainAtTheTail) {
+  for (int count = 1; count <= most; ++count) {
+    for (int leaving = 0; leaving < count; ++leaving) {
+      Party party(count);
+      EXPECT_TRUE(party.list.deleteMember(party.at(leaving)));
+      Numbers expected = numbersWithout(count, 1U << leaving);
+      EXPECT_EQ(members(party.list), expected);
+      EXPECT_EQ(party.list.next(party.at(leaving)), nullptr) << "it is not linked any more";
+      party.list.newMember(party.at(leaving));
+      expected.push_back(leaving);
+      EXPECT_EQ(members(party.list), expected);
+    }
+  }
+}
+
+TEST_F(ListRawTest, WhoIsNotAMemberDoesNotLeave) {
+  Party party(2);
+  Guest stranger(9);
+  EXPECT_FALSE(party.list.deleteMember(&stranger));
+  EXPECT_EQ(members(party.list), (Numbers{0, 1}));
+}
+
+TEST_F(ListRawTest, DeletingAllUnlinksEveryMember) {
+  Party party(3);
+  const std::uint32_t before = party.list.modificationCount();
+  party.list.deleteAll();
+  EXPECT_NE(party.list.modificationCount(), before);
+  EXPECT_EQ(members(party.list), Numbers());
+  for (int number = 0; number < 3; ++number) EXPECT_EQ(party.list.next(party.at(number)), nullptr);
+  party.list.newMember(party.at(1));
+  EXPECT_EQ(members(party.list), Numbers{1});
+}
+
+TEST_F(SnapshotIterator, VisitsTheMembersInListOrder) {
+  for (int count = 0; count <= most; ++count) {
+    const Party party(count);
+    Snapshot snapshot(party.list);
+    EXPECT_EQ(rest(snapshot), numbersWithout(count, 0));
+    EXPECT_FALSE(snapshot);
+  }
+}
+
+TEST_F(SnapshotIterator, HoldsEachMemberUntilItHasBeenVisited) {
+  const Party party(3);
+  Snapshot snapshot(party.list);
+  for (int visiting = 0; visiting < 3; ++visiting, ++snapshot) {
+    for (int number = 0; number < 3; ++number) {
+      EXPECT_EQ(party.at(number)->references(), number < visiting ? 1U : 2U);
+    }
+  }
+  EXPECT_EQ(party.at(2)->references(), 1U);
+}
+
+TEST_F(SnapshotIterator, SkipsAndReleasesThoseThatWereRemovedAndDropped) {
+  for (int count = 1; count <= most; ++count) {
+    for (int at = 0; at < count; ++at) {
+      for (unsigned dropped = 0; dropped < (1U << count); ++dropped) {
+        SCOPED_TRACE(std::to_string(count) + " members, place " + std::to_string(at) +
+                     ", dropped " + std::to_string(dropped));
+        Party party(count);
+        Snapshot snapshot(party.list);
+        for (int step = 0; step < at; ++step) ++snapshot;
+        for (int number = 0; number < count; ++number) {
+          if (((dropped >> number) & 1U) != 0) party.removeAndDrop(number);
+        }
+        ASSERT_EQ(snapshot->number(), at) << "the member being visited stays";
+        ++snapshot;
+        const unsigned visitedOrDropped = dropped | ((2U << at) - 1U);
+        ASSERT_EQ(rest(snapshot), numbersWithout(count, visitedOrDropped));
+        ASSERT_EQ(Guest::alive, static_cast<int>(numbersWithout(count, dropped).size()));
+      }
+    }
+  }
+}
+
+TEST_F(SnapshotIterator, VisitsThoseThatWereRemovedWhileSomebodyHoldsThem) {
+  Party party(3);
+  Snapshot snapshot(party.list);
+  party.list.deleteAll();
+  EXPECT_EQ(rest(snapshot), (Numbers{0, 1, 2}));
+}
+
+TEST_F(SnapshotIterator, DoesNotVisitThoseThatJoinedLater) {
+  Party party(2);
+  Snapshot snapshot(party.list);
+  const Ptr<Guest> late(new Guest(9));
+  party.list.newMember(late.get());
+  EXPECT_EQ(rest(snapshot), (Numbers{0, 1}));
+}
+
+TEST_F(SnapshotIterator, GivesItsReferencesBackWhenAWalkIsGivenUp) {
+  const Party party(3);
+  {
+    Snapshot snapshot(party.list);
+    ++snapshot;
+  }
+  for (int number = 0; number < 3; ++number) EXPECT_EQ(party.at(number)->references(), 1U);
+}
+
+}  // namespace
+}  // namespace KobTest

@@ -1,0 +1,257 @@
+// What allocates, and what stands when memory runs out: each allocation of an operation fails once.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <string>
+
+#include "Kob/Activity.h"
+#include "Kob/String8.h"
+#include "Kob/Trace.h"
+#include "tests/Kob/Machine.h"
+#include "tests/Kob/Pairs.h"
+#include "tests/Kob/Source.h"
+
+namespace KobTest {
+namespace {
+
+/// The heap of the whole test program, through the operators below.
+struct Heap {
+  static constexpr int never = -1;
+
+  void* allocate(std::size_t size) {
+    if (successesLeft == 0) {
+      successesLeft = never;
+      throw std::bad_alloc();
+    }
+    if (successesLeft > 0) --successesLeft;
+    ++allocations;
+    void* const memory = std::malloc(size != 0 ? size : 1);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+  }
+
+  /// How many allocations succeed before one fails.
+  int successesLeft = never;
+  int allocations = 0;
+};
+
+Heap heap;
+
+/// Calls `act` with its first allocation failing, then with its second, and so on until none fails;
+/// `check` looks at what stands after each failure. Returns how many there were. GoogleTest
+/// allocates too, so `act` expects nothing.
+template <class Act, class Check>
+int failingEachAllocationOf(const Act& act, const Check& check) {
+  for (int successes = 0;; ++successes) {
+    heap.successesLeft = successes;
+    try {
+      act();
+      heap.successesLeft = Heap::never;
+      return successes;
+    } catch (const std::bad_alloc&) {
+      check();
+    }
+  }
+}
+
+template <class Act>
+int allocationsOf(const Act& act) {
+  const int before = heap.allocations;
+  act();
+  return heap.allocations - before;
+}
+
+using Kob::Ptr;
+using Kob::String8;
+
+template <class Hash>
+class CollectionOutOfMemory : public testing::Test {
+ protected:
+  void TearDown() override { EXPECT_EQ(Pair<Hash>::alive, 0); }
+};
+TYPED_TEST_SUITE(CollectionOutOfMemory, AllHashes, HashNames);
+
+TYPED_TEST(CollectionOutOfMemory, HasNotInsertedWhenItCanNotGrow) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(4));
+  const int failures = failingEachAllocationOf([&] { insert(pairs, 4); },
+                                               [&] {
+                                                 expectHolds(pairs, firstNumbers(4));
+                                                 EXPECT_EQ(pairs.buckets(), 4U);
+                                               });
+  EXPECT_EQ(failures, 2) << "the entry, and the buckets";
+  expectHolds(pairs, firstNumbers(5));
+}
+
+TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotBeResized) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(9));
+  const int failures = failingEachAllocationOf([&] { pairs.setSize0(64); },
+                                               [&] {
+                                                 expectHolds(pairs, firstNumbers(9));
+                                                 EXPECT_EQ(pairs.buckets(), 16U);
+                                               });
+  EXPECT_EQ(failures, 1);
+  expectHolds(pairs, firstNumbers(9));
+}
+
+TYPED_TEST(CollectionOutOfMemory, LeavesNothingBehindWhenItCanNotBeCopied) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(6));
+  const int failures = failingEachAllocationOf([&] { const Pairs<TypeParam> copy(pairs); },
+                                               [&] { EXPECT_EQ(Pair<TypeParam>::alive, 6); });
+  EXPECT_EQ(failures, 1 + 6) << "the buckets and each entry";
+  expectHolds(pairs, firstNumbers(6));
+}
+
+TYPED_TEST(CollectionOutOfMemory, KeepsItsContentWhenItCanNotBeAssigned) {
+  Pairs<TypeParam> source;
+  insertAll(source, firstNumbers(6));
+  Pairs<TypeParam> target;
+  insertAll(target, {3, 50});
+  failingEachAllocationOf([&] { target = source; }, [&] { expectHolds(target, {3, 50}); });
+  expectHolds(target, firstNumbers(6));
+  expectHolds(source, firstNumbers(6));
+}
+
+TEST(StringOutOfMemory, KeepsItsContent) {
+  String8 string("old");
+  const String8 tail("er");
+  const auto isOld = [&] { EXPECT_EQ(string.view(), "old"); };
+  EXPECT_EQ(failingEachAllocationOf([&] { string += tail; }, isOld), 1);
+  EXPECT_EQ(string.view(), "older");
+  string = "old";
+  EXPECT_EQ(failingEachAllocationOf([&] { string.init("newer", 0, 3); }, isOld), 1);
+  EXPECT_EQ(string.view(), "new");
+}
+
+TEST(WeakHoldOutOfMemory, StaysCounted) {
+  Log log;
+  const Ptr<Source> source(new Source);
+  const Ptr<Recorder> holder = watch(source, "holder", log);
+  failingEachAllocationOf([&] { holder->isWeakReferenceIs(true); },
+                          [&] {
+                            EXPECT_FALSE(holder->isWeakReference());
+                            EXPECT_EQ(source->references(), 2U);
+                          });
+  EXPECT_TRUE(holder->isWeakReference());
+  EXPECT_EQ(source->references(), 1U);
+}
+
+TEST(WeakHoldOutOfMemory, StaysOnTheFormerNotifier) {
+  Log log;
+  Ptr<Source> former(new Source("former"));
+  const Ptr<Source> next(new Source("next"));
+  const Ptr<Recorder> holder = watch(former, "holder", log);
+  holder->isWeakReferenceIs(true);
+  failingEachAllocationOf([&] { holder->notifierIs(next); },
+                          [&] {
+                            EXPECT_EQ(holder->notifier(), former);
+                            EXPECT_EQ(former->kobNotifiees().members(), 1U);
+                          });
+  EXPECT_EQ(holder->notifier(), next);
+}
+
+TEST(ActivityOutOfMemory, HasRecordedNothing) {
+  Log log;
+  const auto activity = Kob::activityFactory("activity");
+  const Ptr<Machine> machine(new Machine("machine", log, activity));
+  const auto reactor = machine->source.newReactor(*machine, nullptr);
+  activity->deferralIs(true);
+  failingEachAllocationOf([&] { reactor->onValue(1); },
+                          [&] {
+                            EXPECT_EQ(activity->activitySm()->pendings(), 0U);
+                            EXPECT_EQ(reactor->kobPendingAttributeId(), Kob::pendingNone);
+                            EXPECT_EQ(reactor->kobPendingCount(), 0U);
+                          });
+  activity->run();
+  EXPECT_EQ(log, Log{"machine key 1"});
+}
+
+TEST(InputOutOfMemory, KeepsItsReactor) {
+  Log log;
+  const Ptr<Source> source(new Source);
+  const Ptr<Machine> machine(new Machine("machine", log, nullptr));
+  const auto reactor = machine->source.newReactor(*machine, source);
+  failingEachAllocationOf([&] { machine->source.newReactor(*machine, source); },
+                          [&] {
+                            EXPECT_EQ(machine->source.reactor(), reactor);
+                            EXPECT_EQ(source->kobNotifiees().members(), 1U);
+                            EXPECT_EQ(reactor->owner(), machine.get());
+                          });
+  EXPECT_NE(machine->source.reactor(), reactor);
+  EXPECT_EQ(source->kobNotifiees().members(), 1U);
+}
+
+TEST(Allocations, NoneForALookUp) {
+  Pairs<GoodHash> pairs;
+  insertAll(pairs, firstNumbers(100));
+  int found = 0;
+  EXPECT_EQ(allocationsOf([&] {
+              for (int number = 0; number < 200; ++number) {
+                if (pairs.isMemberOf({number}) && pairs[{number}]) ++found;
+              }
+            }),
+            0);
+  EXPECT_EQ(found, 100);
+}
+
+TEST(Allocations, NoneForAWalkOverACollection) {
+  Pairs<GoodHash> pairs;
+  insertAll(pairs, firstNumbers(100));
+  int sum = 0;
+  EXPECT_EQ(allocationsOf([&] {
+              for (Pairs<GoodHash>::IteratorConst it(&pairs); it; ++it) sum += it.key().number;
+            }),
+            0);
+  EXPECT_EQ(sum, 4950);
+}
+
+TEST(Allocations, NoneForAnAnnouncementToNobodyAndOneForTheSnapshotElse) {
+  Log log;
+  const Ptr<Source> source(new Source);
+  EXPECT_EQ(allocationsOf([&] { source->valueNotify(1); }), 0);
+  class Silent : public Source::NotifieeConst {};
+  const Ptr<Silent> notifiee(new Silent);
+  notifiee->notifierIs(source);
+  notifiee->isRegisteredNotifieeIs(true);
+  EXPECT_EQ(allocationsOf([&] { source->valueNotify(1); }), 1);
+}
+
+TEST(Allocations, NoneForJoiningAndLeavingAList) {
+  Log log;
+  const Ptr<Source> source(new Source);
+  const Ptr<Recorder> notifiee = watch(source, "notifiee", log, false);
+  EXPECT_EQ(allocationsOf([&] {
+              notifiee->isRegisteredNotifieeIs(true);
+              notifiee->isRegisteredNotifieeIs(false);
+            }),
+            0);
+}
+
+TEST(Allocations, NoneForCopyingAString) {
+  const String8 string("a string that is longer than any small buffer would be");
+  EXPECT_EQ(allocationsOf([&] { const String8 copy(string); }), 0);
+}
+
+TEST(Allocations, NoneForATracePointThatIsOff) {
+  Kob::TraceHandle handle("MemoryTest", false);
+  const String8 string("formatted");
+  EXPECT_EQ(allocationsOf([&] {
+              KOB_TRACE(handle, 7, "<unknown>", "operation", string << 12345678901234567890U);
+            }),
+            0);
+}
+
+}  // namespace
+}  // namespace KobTest
+
+void* operator new(std::size_t size) { return KobTest::heap.allocate(size); }
+void* operator new[](std::size_t size) { return KobTest::heap.allocate(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
