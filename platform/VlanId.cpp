@@ -1,0 +1,40 @@
+#include "platform/VlanId.h"
+
+#include <ostream>
+#include <string>
+
+#include "Kob/Exception.h"
+
+namespace Bridging {
+
+namespace {
+
+constexpr std::uint16_t lastVlan = 4094;
+
+}  // namespace
+
+VlanId::VlanId(std::uint16_t value) : value_(value) {
+  // One unsigned comparison: 0 wraps to the largest 16-bit number.
+  if (static_cast<std::uint16_t>(value - 1U) > lastVlan - 1U) {
+    Kob::throwRangeException("VlanId::value < 1 or > 4094 not allowed");
+  }
+}
+
+VlanId::VlanId(VlanIdOrNone vlanId) : VlanId(vlanId.value()) {}
+
+VlanIdOrNone::VlanIdOrNone(std::uint16_t value) : value_(value) {
+  if (value > lastVlan) Kob::throwRangeException("VlanIdOrNone::value > 4094 not allowed");
+}
+
+VlanIdOrNone::VlanIdOrNone(const FyrL3Intf::L3Id& l3Id)
+    : VlanIdOrNone(static_cast<std::uint16_t>(l3Id.low())) {}
+
+std::ostream& operator<<(std::ostream& stream, VlanId vlanId) {
+  return stream << std::to_string(vlanId.value());
+}
+
+std::ostream& operator<<(std::ostream& stream, VlanIdOrNone vlanId) {
+  return stream << std::to_string(vlanId.value());
+}
+
+}  // namespace Bridging
