@@ -1,0 +1,110 @@
+#pragma once
+
+// The L3 interface table: every layer-3 interface of the switch and its platform identifier, in
+// both directions.
+//
+// The table is the output of the state machine in FyrL3IntfSm.h, which is its only writer. Readers
+// look up, iterate, or register a notifiee and are told of each change of `intfL3Index` before the
+// operation that made it returns. Changes of `routedPortName` are announced to nobody: a reader
+// that finds an interface's identifier always finds its reverse entry too, because the writer puts
+// the reverse entry in first and takes it out first.
+//
+// Everything belongs to the framework's thread. Notifiees may read or change the table, and join or
+// leave it, from inside their callbacks (see Kob/Notifier.h for what a change does to the walk).
+
+#include "Kob/AccessorFamily.h"
+#include "Kob/Entity.h"
+#include "Kob/Export.h"
+#include "Kob/Notifier.h"
+#include "platform/IntfId.h"
+#include "platform/L3Id.h"
+
+namespace FyrL3Intf {
+
+class KOB_EXPORT Table : public Kob::Entity {
+ public:
+  class NotifieeConst;
+  class Notifiee;
+
+  /// Ids of the published attributes. That of `intfL3Index` is also the one under which a notifiee
+  /// hears that its callback threw.
+  static constexpr Kob::AttributeId internalVlanNeededId = 258;
+  static constexpr Kob::AttributeId routedPortNameId = 259;
+  static constexpr Kob::AttributeId intfL3IndexId = 260;
+  static constexpr Kob::AttributeId l3IdToIntfIdId = 261;
+  static constexpr Kob::AttributeId intfIdToL3IdId = 262;
+
+  /// An empty table. Throws std::bad_alloc when memory runs out.
+  Table(Kob::Name name, bool internalVlanNeeded);
+  ~Table() override;
+
+  /// Whether the platform needs internal VLANs for routed ports. Stored and published; the table
+  /// itself does not look at it.
+  [[nodiscard]] bool internalVlanNeeded() const noexcept { return internalVlanNeeded_; }
+
+  /// Forward map. Writing the identifier that stands already changes nothing, counts nothing and
+  /// announces nothing; every other change counts once and is announced (`onIntfL3Index(key)`).
+  KOB_VALUE_COLLECTION(intfL3Index, IntfL3Index, Plexo::IntfId, L3Id, ::Kob::IfDifferent);
+
+  /// Reverse map: the owner of an identifier. Every write counts as a change, that of the same
+  /// owner too, and none is announced.
+  KOB_VALUE_COLLECTION(routedPortName, RoutedPortName, L3Id, Plexo::IntfId, ::Kob::Always);
+
+  /// The identifier of the interface, or the zero identifier when it has none: a stored zero can
+  /// not be told from a miss. Counts one read; traces at level 7.
+  [[nodiscard]] L3Id intfIdToL3Id(Plexo::IntfId intfId) const;
+  /// The interface that has the identifier, or the empty one. Both words of the identifier count.
+  /// Counts one read; traces at level 7.
+  [[nodiscard]] Plexo::IntfId l3IdToIntfId(const L3Id& l3Id) const;
+
+  /// Tells every notifiee `onZeroReferences()`; the argument is not looked at.
+  void zeroReferencesIs(bool zero) override;
+
+  /// For notifiees: where they join and leave.
+  Kob::ListRaw<NotifieeConst>& kobNotifiees() const noexcept { return notifiees_; }
+
+ private:
+  const bool internalVlanNeeded_;
+  RoutedPortNameCollection routedPortName_;
+  IntfL3IndexCollection intfL3Index_;
+  mutable Kob::ListRaw<NotifieeConst> notifiees_;
+};
+
+/// Hears of changes of the table. A reader derives from it, overrides what it wants to hear, points
+/// it at the table (`notifierIs`) and registers it (`isRegisteredNotifieeIs(true)`). It keeps the
+/// table alive and must be held through Kob::Ptr. Notifiees are called in the order in which they
+/// registered.
+class KOB_EXPORT Table::NotifieeConst
+    : public Kob::NotifieeFor<Table::NotifieeConst, Table, Kob::Entity::NotifieeConst> {
+ public:
+  /// Leaves the table's list.
+  ~NotifieeConst() override;
+
+  /// An `intfL3Index` entry of this interface was set, changed or removed. An exception out of it
+  /// is told with `onNotificationException(260)`; the change stays.
+  virtual void onIntfL3Index(Plexo::IntfId intfId);
+  /// The framework's immediate form of the same; nobody calls it here.
+  virtual void onIntfL3IndexkobImmediate();
+  /// The same of any key: what a reactor that merges notifications delivers.
+  virtual void onIntfL3Index();
+
+  /// The key of the latest notification that a deferring reactor recorded here; empty at first.
+  [[nodiscard]] Plexo::IntfId intfL3IndexPendingKey() const noexcept { return pendingKey_; }
+
+ protected:
+  NotifieeConst() = default;
+
+ private:
+  Plexo::IntfId pendingKey_;
+};
+
+/// The base of notifiees of a table that is not const; adds nothing.
+class KOB_EXPORT Table::Notifiee : public Table::NotifieeConst {
+ public:
+  ~Notifiee() override;
+};
+
+/// Creates an empty table and returns the only reference; nothing else is registered or published.
+KOB_EXPORT Kob::Ptr<Table> tableFactory(Kob::Name name, bool internalVlanNeeded);
+
+}  // namespace FyrL3Intf
