@@ -1,0 +1,274 @@
+#include "agent/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "agent/InterfaceName.h"
+#include "agent/JsonValue.h"
+#include "agent/Text.h"
+
+namespace Agent {
+namespace {
+
+constexpr const char* examples = R"(Examples:
+  fyrl3 show --config examples/leaf32.config_db.json
+  fyrl3 show --config config_db.json --l3-index asic_db.json --strict
+  fyrl3 lookup Ethernet48 --config config_db.json
+  fyrl3 verify --internal-vlans --config config_db.json --apply change.patch.json
+  fyrl3 why Ethernet48 --internal-vlans=3968-3983 --config config_db.json
+  fyrl3 show --json --config - < interfaces.openconfig.json
+
+Exit codes: 0 done, 1 not found, 2 bad usage, unreadable input or a patch that
+cannot be applied, 3 contradictions under --strict, 4 the self-check failed,
+130 interrupted.)";
+
+constexpr const char* showExamples = R"(Examples:
+  fyrl3 show --config examples/leaf32.config_db.json
+  fyrl3 show --config config_db.json --l3-index asic_db.json
+  fyrl3 show --config config_db.json --internal-vlans=3968-3983 --policy descending
+  fyrl3 show --config config_db.json --internal-vlans --internal-vlan Ethernet48=4000
+  fyrl3 show --config config_db.json --internal-vlans --apply change.patch.json
+  fyrl3 show --config config_db.json --json | jq '.interfaces[] | select(.l3Id == null)'
+  fyrl3 show --config config_db.json --trace 8 2> trace.log)";
+
+constexpr const char* lookupExamples = R"(Examples:
+  fyrl3 lookup Ethernet48 --config config_db.json
+  fyrl3 lookup 3968 --config config_db.json --internal-vlans
+  fyrl3 lookup 3196 --config config_db.json --l3-index asic_db.json
+  fyrl3 lookup 0xc7c --config config_db.json --l3-index asic_db.json)";
+
+constexpr const char* verifyExamples = R"(Examples:
+  fyrl3 verify --config config_db.json
+  fyrl3 verify --config config_db.json --internal-vlans --apply change.patch.json
+  produce-patches | fyrl3 verify --config config_db.json --apply -)";
+
+constexpr const char* whyExamples = R"(Examples:
+  fyrl3 why Ethernet48 Vlan10 --config config_db.json --internal-vlans
+  fyrl3 why Ethernet48 --config config_db.json --l3-index asic_db.json
+  fyrl3 why Ethernet48 --config config_db.json --internal-vlans --apply change.patch.json)";
+
+/// Shows a flag that may have a value as `--flag[=LOW-HIGH]`.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() { column_width(24); }
+
+  std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
+    const std::string name = Formatter::make_option_name(option, isPositional);
+    const std::size_t value = name.find('{');
+    return value == std::string::npos ? name : name.substr(0, value) + "[=LOW-HIGH]";
+  }
+};
+
+/// What the command line says, as far as it is not an option's value yet.
+struct Words {
+  std::string range;
+  std::string policy;
+  std::vector<std::string> pins;
+};
+
+void addL3IdOptions(CLI::App& command, Options& options, Words& words) {
+  command
+      .add_option("--l3-index", options.l3IndexFile,
+                  "The L3 indexes: a map of router interface names\n"
+                  "or a dump of the ASIC database; without it\n"
+                  "1, 2, 3 ... in natural order of the names")
+      ->type_name("FILE");
+  command
+      .add_flag("--internal-vlans{3968-4094}", words.range,
+                "Instead of L3 indexes: an internal VLAN for each\n"
+                "routed port, reserved out of this range, which\n"
+                "is 3968-4094 where it is not given")
+      ->multi_option_policy(CLI::MultiOptionPolicy::Throw);
+  command
+      .add_option("--policy", words.policy,
+                  "Reserve VLANs from the low end (ascending, the\n"
+                  "default) or from the high end (descending)")
+      ->check(CLI::IsMember({"ascending", "descending"}).description(""))
+      ->type_name("POLICY");
+  command
+      .add_option("--internal-vlan", words.pins,
+                  "The VLAN of one routed port, in the range or not;\n"
+                  "may be given for several ports, and two ports\n"
+                  "may share one")
+      ->expected(1)
+      ->take_all()
+      ->allow_extra_args(false)
+      ->type_name("NAME=VLAN");
+}
+
+void addCommonOptions(CLI::App& command, Options& options, Words& words) {
+  command
+      .add_option("--config", options.configFile,
+                  "The switch's configuration: a configuration database\n"
+                  "or OpenConfig interfaces; - for standard input")
+      ->required()
+      ->type_name("FILE");
+  addL3IdOptions(command, options, words);
+  command
+      .add_option("--apply", options.patchFiles,
+                  "After loading, apply a JSON Patch to the\n"
+                  "configuration and print each change of the table;\n"
+                  "may be given several times; - for standard input,\n"
+                  "one patch on each line")
+      ->expected(1)
+      ->take_all()
+      ->allow_extra_args(false)
+      ->type_name("FILE");
+  command.add_flag("--strict", options.isStrict, "Exit with 3 when the data contradicts itself")
+      ->disable_flag_override();
+  command.add_flag("--json", options.isJson, "Print JSON")->disable_flag_override();
+  command
+      .add_option("--trace", options.traceLevel,
+                  "Trace the state machine on standard error,\n"
+                  "levels 0 to LEVEL (at most 9)")
+      ->check(CLI::Range(0, 9).description(""))
+      ->type_name("LEVEL");
+}
+
+CLI::App* addShow(CLI::App& app) {
+  CLI::App* show = app.add_subcommand("show", "Print the L3 interface table in both directions");
+  show->footer(showExamples);
+  return show;
+}
+
+CLI::App* addLookup(CLI::App& app, Options& options) {
+  CLI::App* lookup =
+      app.add_subcommand("lookup", "Print the L3 id of an interface, or the interface of an L3 id");
+  lookup
+      ->add_option("NAME|ID", options.question,
+                   "An interface's name, or an L3 id in decimal or with 0x")
+      ->required()
+      ->type_name("");
+  lookup->footer(lookupExamples);
+  return lookup;
+}
+
+CLI::App* addVerify(CLI::App& app) {
+  CLI::App* verify = app.add_subcommand(
+      "verify", "Check the whole state, after loading and after each patch, and say so");
+  verify->footer(verifyExamples);
+  return verify;
+}
+
+CLI::App* addWhy(CLI::App& app, Options& options) {
+  CLI::App* why = app.add_subcommand("why", "Tell why interfaces have an L3 id, or lack one");
+  why->add_option("NAME", options.names, "Names of interfaces")->required()->type_name("");
+  why->footer(whyExamples);
+  return why;
+}
+
+[[noreturn]] void refuse(const std::string& option, const std::string& value,
+                         const std::string& wanted) {
+  throw UsageError(option + ": \"" + printable(value) + "\" is not " + wanted);
+}
+
+/// The two sides of the mark; both empty where there is none.
+std::pair<std::string, std::string> splitAt(const std::string& text, char mark) {
+  const std::size_t place = text.rfind(mark);
+  if (place == std::string::npos) return {};
+  return {text.substr(0, place), text.substr(place + 1)};
+}
+
+std::optional<Bridging::VlanId> vlanSpelled(const std::string& digits) {
+  const auto number = decimal(digits);
+  return number ? vlanOf(*number) : std::nullopt;
+}
+
+VlanRange rangeOf(const std::string& text) {
+  const auto [low, high] = splitAt(text, '-');
+  const auto first = vlanSpelled(low);
+  const auto last = vlanSpelled(high);
+  if (!first || !last || *first > *last) {
+    refuse("--internal-vlans", text, "a range LOW-HIGH of VLANs from 1 to 4094");
+  }
+  return {*first, *last};
+}
+
+void addPin(const std::string& text, ReservationRules& rules) {
+  const auto [name, number] = splitAt(text, '=');
+  const auto id = interfaceNamed(name);
+  const auto vlan = vlanSpelled(number);
+  if (!id || !vlan) {
+    refuse("--internal-vlan", text, "an interface's name, = and a VLAN from 1 to 4094");
+  }
+  if (!rules.pins.emplace(*id, *vlan).second) {
+    throw UsageError("--internal-vlan: " + name + " is given twice");
+  }
+}
+
+std::optional<ReservationRules> rulesOf(const CLI::App& command, const Words& words) {
+  if (command.count("--internal-vlans") == 0) {
+    for (const char* option : {"--policy", "--internal-vlan"}) {
+      if (command.count(option) > 0) {
+        throw UsageError(std::string(option) + " goes with --internal-vlans");
+      }
+    }
+    return std::nullopt;
+  }
+  if (command.count("--l3-index") > 0) {
+    throw UsageError("--l3-index and --internal-vlans are alternatives; give one of the two");
+  }
+  ReservationRules rules;
+  rules.range = rangeOf(words.range);
+  if (words.policy == "descending") rules.policy = ReservationPolicy::descending;
+  for (const std::string& pin : words.pins) {
+    addPin(pin, rules);
+  }
+  return rules;
+}
+
+void checkFiles(const Options& options, const CLI::App& command) {
+  std::vector<std::pair<std::string, std::string>> files{{"--config", options.configFile}};
+  if (command.count("--l3-index") > 0) files.emplace_back("--l3-index", options.l3IndexFile);
+  for (const std::string& patch : options.patchFiles) {
+    files.emplace_back("--apply", patch);
+  }
+  std::string reader;
+  for (const auto& [option, file] : files) {
+    if (file.empty()) throw UsageError(option + ": the name of the file is empty");
+    if (file != "-") continue;
+    if (!reader.empty()) {
+      throw UsageError(reader.append(" and ").append(option) + " cannot both be standard input");
+    }
+    reader = option;
+  }
+}
+
+}  // namespace
+
+std::optional<HelpText> parseOptions(int argc, const char* const* argv, Options& options) {
+  CLI::App app("Makes a switch's L3 interface table out of its configuration.", "fyrl3");
+  app.set_version_flag("--version", "fyrl3 " FYRL3_VERSION);
+  app.require_subcommand(1);
+  app.footer(examples);
+  app.formatter(std::make_shared<HelpFormatter>());
+  Words words;
+  const std::array commands{
+      std::pair{Command::show, addShow(app)}, std::pair{Command::lookup, addLookup(app, options)},
+      std::pair{Command::verify, addVerify(app)}, std::pair{Command::why, addWhy(app, options)}};
+  for (const auto& [command, parser] : commands) {
+    addCommonOptions(*parser, options, words);
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    const auto chosen = app.get_subcommands();
+    return HelpText{chosen.empty() ? app.help() : chosen.front()->help(app.get_name())};
+  } catch (const CLI::CallForVersion&) {
+    return HelpText{app.version() + "\n"};
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(printable(error.what()));
+  }
+  const auto chosen = std::find_if(commands.begin(), commands.end(),
+                                   [](const auto& item) { return item.second->parsed(); });
+  options.command = chosen->first;
+  checkFiles(options, *chosen->second);
+  options.internalVlans = rulesOf(*chosen->second, words);
+  return std::nullopt;
+}
+
+}  // namespace Agent

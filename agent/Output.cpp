@@ -1,0 +1,53 @@
+#include "agent/Output.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace Agent {
+namespace {
+
+/// 0, or the errno of the write that failed.
+int writeAll(int descriptor, std::string_view text) noexcept {
+  while (!text.empty()) {
+    const ssize_t written = ::write(descriptor, text.data(), text.size());
+    if (written >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
+
+bool isDumbTerminal() {
+  const char* terminal = std::getenv("TERM");
+  return terminal == nullptr || std::string_view(terminal) == "dumb";
+}
+
+bool isColoured(int descriptor) {
+  return isatty(descriptor) == 1 && !isSet("NO_COLOR") && !isDumbTerminal();
+}
+
+}  // namespace
+
+void printOut(std::string_view text) {
+  if (const int error = writeAll(STDOUT_FILENO, text); error != 0) {
+    throw WriteError(std::string("cannot write to standard output: ") + std::strerror(error));
+  }
+}
+
+void printError(std::string_view text) noexcept { (void)writeAll(STDERR_FILENO, text); }
+
+bool isOutputColoured() { return isColoured(STDOUT_FILENO); }
+bool isErrorColoured() { return isColoured(STDERR_FILENO); }
+
+}  // namespace Agent

@@ -1,0 +1,26 @@
+#pragma once
+
+// Standard output and standard error: whole texts, written at once.
+
+#include <stdexcept>
+#include <string_view>
+
+namespace Agent {
+
+/// Output that could not be written; the message may be printed as it is.
+class WriteError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Writes all of it to standard output, unbuffered. Throws WriteError.
+void printOut(std::string_view text);
+/// Writes to standard error as much as it takes: there is nobody to tell when it fails.
+void printError(std::string_view text) noexcept;
+
+/// Whether to use colours: on a terminal that knows them, and not when the environment variable
+/// NO_COLOR is set to anything.
+[[nodiscard]] bool isOutputColoured();
+[[nodiscard]] bool isErrorColoured();
+
+}  // namespace Agent

@@ -1,0 +1,126 @@
+#include "agent/Program.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "Kob/Trace.h"
+#include "agent/Commands.h"
+#include "agent/Document.h"
+#include "agent/LineReader.h"
+#include "agent/Printer.h"
+#include "agent/Session.h"
+
+namespace Agent {
+namespace {
+
+constexpr const char* traceFacility = "FyrL3IntfSm";
+
+L3IdSource sourceOf(const Options& options) {
+  L3IdSource source{options.internalVlans, std::nullopt};
+  if (!options.l3IndexFile.empty()) source.l3Indexes = Document::read(options.l3IndexFile);
+  return source;
+}
+
+class Run {
+ public:
+  Run(const Options& options, Document configuration, L3IdSource source)
+      : options_(options),
+        printer_(options.isJson),
+        session_(std::move(configuration), std::move(source)) {
+    session_.watch([this](const TableChange& change) { printer_.tellChange(change); });
+    if (!options.patchFiles.empty()) printer_.expectChanges();
+  }
+
+  [[nodiscard]] int exitCode();
+
+ private:
+  void applyAll();
+  void applyLines();
+  void apply(const Document& patch);
+  void settle(const std::string& origin);
+  void answer();
+
+  const Options& options_;
+  Printer printer_;
+  Session session_;
+  bool isConsistent_ = true;
+  bool isUsable_ = true;
+  bool isAnswered_ = true;
+};
+
+int Run::exitCode() {
+  settle("loading");
+  try {
+    applyAll();
+  } catch (const UnreadableInput& refusal) {
+    isUsable_ = false;
+    printer_.refuse(refusal.what());
+  }
+  answer();
+  printer_.finish();
+  if (!isConsistent_) return exitInconsistent;
+  if (!isUsable_) return exitUnusable;
+  if (options_.isStrict && printer_.hasToldProblems()) return exitContradictions;
+  return isAnswered_ ? exitSuccess : exitNotFound;
+}
+
+/// A state that is not consistent is left as it is.
+void Run::applyAll() {
+  for (const std::string& file : options_.patchFiles) {
+    if (!isConsistent_) return;
+    if (file == "-") {
+      applyLines();
+    } else {
+      apply(Document::read(file));
+    }
+  }
+}
+
+void Run::applyLines() {
+  LineReader lines;
+  while (isConsistent_) {
+    const auto line = lines.next();
+    if (!line) return;
+    if (line->find_first_not_of(" \t\r") == std::string::npos) continue;
+    apply(Document("standard input, line " + std::to_string(lines.number()), *line));
+  }
+}
+
+void Run::apply(const Document& patch) {
+  session_.apply(patch);
+  settle(patch.name());
+}
+
+/// What follows each change of the configuration.
+void Run::settle(const std::string& origin) {
+  printer_.tellProblems(session_.problems());
+  if (options_.command == Command::verify) isConsistent_ = verify(session_, origin, printer_);
+}
+
+void Run::answer() {
+  switch (options_.command) {
+    case Command::show:
+      return show(session_, printer_);
+    case Command::lookup:
+      isAnswered_ = lookup(session_, options_.question, printer_);
+      return;
+    case Command::why:
+      isAnswered_ = why(session_, options_.names, printer_);
+      return;
+    case Command::verify:
+      return;
+  }
+}
+
+}  // namespace
+
+int run(const Options& options) {
+  if (options.traceLevel) {
+    Kob::TraceFacility::named(traceFacility).levelsUpToIs(*options.traceLevel);
+  }
+  Document configuration = Document::read(options.configFile);
+  return Run(options, std::move(configuration), sourceOf(options)).exitCode();
+}
+
+}  // namespace Agent

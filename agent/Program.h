@@ -1,0 +1,23 @@
+#pragma once
+
+// A run of the program, from the documents to the exit code.
+
+#include "agent/Options.h"
+
+namespace Agent {
+
+inline constexpr int exitSuccess = 0;
+inline constexpr int exitNotFound = 1;
+/// Bad usage, unreadable input, a patch that cannot be applied, or output that cannot be written.
+inline constexpr int exitUnusable = 2;
+inline constexpr int exitContradictions = 3;
+inline constexpr int exitInconsistent = 4;
+
+/// Loads the configuration, applies the patches, carries out the command on what came of it, and
+/// returns the exit code; where several apply, the failed self-check comes first, then the unusable
+/// patch, the contradictions, and what was not found. After a patch that cannot be applied, the
+/// command is carried out on what was applied before. Throws UnreadableInput when there is nothing
+/// to load, having printed nothing, and WriteError.
+[[nodiscard]] int run(const Options& options);
+
+}  // namespace Agent

@@ -1,0 +1,34 @@
+#pragma once
+
+// One run of the built program fyrl3, as a person at a shell would see it.
+
+#include <string>
+#include <vector>
+
+namespace Agent {
+
+struct ProgramRun {
+  int exitCode;
+  std::string out;
+  std::string err;
+};
+
+/// Runs the program to its end. A run that a signal ends has the exit code 128 + signal.
+ProgramRun runProgram(const std::vector<std::string>& arguments, const std::string& input = "");
+
+/// As runProgram(), with standard input coming from the file at `path`.
+ProgramRun runProgramReading(const std::string& path, const std::vector<std::string>& arguments);
+
+/// As runProgram(), with standard output going to the file at `path`; `out` stays empty.
+ProgramRun runProgramInto(const std::string& path, const std::vector<std::string>& arguments);
+
+/// As runProgram(), with standard output and standard error on one terminal of the type `TERM`;
+/// `out` holds both. `noColor` becomes NO_COLOR.
+ProgramRun runProgramOnTerminal(const std::vector<std::string>& arguments, const char* terminal,
+                                const char* noColor);
+
+/// Starts the program, waits until it has opened the file `fifo`, and interrupts it.
+ProgramRun runProgramInterrupted(const std::string& fifo,
+                                 const std::vector<std::string>& arguments);
+
+}  // namespace Agent
