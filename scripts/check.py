@@ -1,0 +1,252 @@
+#!/usr/bin/env python3
+"""Runs the project's checks one after the other and counts what passed; ./check is how it is called.
+
+Every GoogleTest test counts, once for each build that it runs in, and so does every other step. A step that fails
+shows its output and the next one runs all the same. Ends with the line "N passed, N failed".
+"""
+
+import concurrent.futures
+import contextlib
+import os
+import pathlib
+import re
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BUILD = ROOT / "build"
+LAYERS = ["Kob", "platform", "FyrL3Intf", "agent"]
+LIBRARIES = ["Kob", "FyrPlatform", "FyrL3Intf"]
+TEST_PROGRAMS = ["KobTest", "PlatformTest", "FyrL3IntfTest", "AgentTest"]
+JOBS = len(os.sched_getaffinity(0))
+SHOWN = ["coverage"]  # steps whose output is of interest when they pass
+LINES_SHOWN = 300
+
+SANITIZER_ENVIRONMENT = {
+    "ASAN_OPTIONS": "detect_leaks=1:detect_stack_use_after_return=1:check_initialization_order=1",
+    "UBSAN_OPTIONS": "print_stacktrace=1",
+}
+VALGRIND = [
+    "valgrind",
+    "--quiet",
+    "--leak-check=full",
+    "--errors-for-leak-kinds=definite,indirect,possible",
+    "--error-exitcode=99",
+    "--child-silent-after-fork=yes",
+    "--trace-children=yes",
+    "--trace-children-skip=*/sh,*/dash,*/bash",
+]
+
+
+def library_paths(preset):
+    return [str(BUILD / preset / "lib" / f"lib{name}.so") for name in LIBRARIES]
+
+
+def sources(*folders, suffixes=(".h", ".cpp")):
+    """The files of those folders, relative to the root."""
+    found = (path for folder in folders for path in (ROOT / folder).rglob("*") if path.suffix in suffixes)
+    return sorted(str(path.relative_to(ROOT)) for path in found)
+
+
+running = set()  # commands, each the head of a process group of its own
+
+
+def run(*command, **environment):
+    """Runs a command at the root; answers whether it succeeded and what it wrote."""
+    with subprocess.Popen(
+        [str(word) for word in command],
+        cwd=ROOT,
+        env={**os.environ, **environment},
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        errors="replace",
+        start_new_session=True,
+    ) as process:
+        running.add(process)
+        output = process.communicate()[0]
+        running.discard(process)
+    return process.returncode == 0, output
+
+
+def run_all(commands):
+    """Runs commands, as many at once as there are processors; answers whether all succeeded and what failing ones wrote."""
+    with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+        results = list(pool.map(lambda command: run(*command), commands))
+    return all(good for good, _ in results), "".join(output for good, output in results if not good)
+
+
+def shortened(output):
+    """The output of a step, of which a broken build can make too much."""
+    lines = output.rstrip().splitlines()
+    left_out = len(lines) - LINES_SHOWN
+    return "\n".join(lines[:LINES_SHOWN] + [f"... {left_out} more lines"] * (left_out > 0))
+
+
+class Tally:
+    """What passed and what failed so far."""
+
+    def __init__(self):
+        self.passed = 0
+        self.failed = 0
+
+    def step(self, title, action):
+        """Runs a step; action answers whether it was good and its output, and tests also how many passed and failed."""
+        print(f"== {title}", flush=True)
+        start = time.monotonic()
+        good, output, *counts = action()
+        passed, failed = counts or (int(good), int(not good))
+        self.passed += passed
+        self.failed += failed
+        if not good or title in SHOWN:
+            print(shortened(output))
+        verdict = f"{passed} passed, {failed} failed" if counts else "passed" if good else "FAILED"
+        print(f"   {verdict}, {time.monotonic() - start:.1f} s", flush=True)
+        return good
+
+
+def build(preset):
+    """Configures and builds a preset."""
+
+    def action():
+        directory = BUILD / preset
+        directory.mkdir(parents=True, exist_ok=True)
+        lock = ["flock", directory / ".lock"]  # ./run may be building too
+        good, output = run(*lock, "cmake", "--preset", preset)
+        if good:
+            good, output = run(*lock, "cmake", "--build", directory, "-j", JOBS, "--", "--quiet")
+        return good, output
+
+    return action
+
+
+def count_tests(good, output):
+    """How many tests passed and failed in the output of a GoogleTest program."""
+    passed = sum(int(number) for number in re.findall(r"^\[  PASSED  \] (\d+) tests?\.", output, re.MULTILINE))
+    failed = sum(int(number) for number in re.findall(r"^\[  FAILED  \] (\d+) tests?,", output, re.MULTILINE))
+    disabled = sum(int(number) for number in re.findall(r"YOU HAVE (\d+) DISABLED", output))
+    skipped = sum(int(number) for number in re.findall(r"^\[  SKIPPED \] (\d+) tests?,", output, re.MULTILINE))
+    failed += disabled + skipped
+    # A program that ended early, or after its last test, says nothing of it in numbers.
+    return passed, failed if good or failed else 1
+
+
+def run_tests(preset, prefix=(), shards=JOBS, **environment):
+    """Runs the test programs of a build, each in shards side by side."""
+
+    def one(program, shard):
+        # A path with a slash, so that death tests find the program again.
+        command = [*prefix, BUILD / preset / "bin" / program, "--gtest_brief=0", "--gtest_color=no"]
+        good, output = run(*command, GTEST_TOTAL_SHARDS=str(shards), GTEST_SHARD_INDEX=str(shard), **environment)
+        passed, failed = count_tests(good, output)
+        return good and not failed, f"-- {program}\n{output}", passed, failed
+
+    def action():
+        jobs = [(program, shard) for program in TEST_PROGRAMS for shard in range(shards)]
+        missing = [program for program in TEST_PROGRAMS if not (BUILD / preset / "bin" / program).exists()]
+        if missing:
+            return False, f"not built: {', '.join(missing)}", 0, len(missing)
+        with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+            results = list(pool.map(lambda job: one(*job), jobs))
+        passed, failed = sum(result[2] for result in results), sum(result[3] for result in results)
+        output = "".join(failures(result[1]) for result in results if not result[0])
+        if not passed and not failed:
+            return False, "no test ran", 0, 1
+        return not failed, output, passed, failed
+
+    return action
+
+
+def failures(output):
+    """A test program's output without the tests that passed."""
+    passed = re.compile(r"^\[ RUN      \] (.*)\n(?:(?!\[ RUN).*\n)*?\[       OK \] \1 .*\n", re.MULTILINE)
+    frame = re.compile(r"^(\[-{10}\].*)?\n", re.MULTILINE)
+    return frame.sub("", passed.sub("", output))
+
+
+def build_and_test(tally, title, preset, **options):
+    if tally.step(f"{title}: build", build(preset)):
+        tally.step(f"{title}: tests", run_tests(preset, **options))
+
+
+def every_source_is_built():
+    """No source file has been left out of the build."""
+    commands = (BUILD / "dev" / "compile_commands.json").read_text()
+    missing = [path for path in sources(*LAYERS, "tests", suffixes=(".cpp",)) if f'"{ROOT / path}"' not in commands]
+    return not missing, "".join(f"{path} is in no CMakeLists.txt\n" for path in missing)
+
+
+def formatting():
+    files = sources(*LAYERS, "tests", "examples", "cmake")
+    return run("clang-format-19", "--dry-run", "-Werror", *files)
+
+
+def clang_tidy():
+    """Looks at the sources of the libraries and the program, and at headers through them."""
+    command = ["clang-tidy-19", "--quiet", "-p", BUILD / "dev", "--extra-arg=-w"]
+    return run_all([*command, path] for path in sources(*LAYERS, suffixes=(".cpp",)))
+
+
+def check(extent):
+    tally = Tally()
+    build_and_test(tally, "g++", "dev")
+    if extent == "--quick":
+        return tally
+
+    tally.step("every source is built", every_source_is_built)
+    tally.step("formatting", formatting)
+    tally.step("layers", lambda: run("scripts/layers.py"))
+    tally.step("every header compiles alone", lambda: run("scripts/headers.py", BUILD / "dev"))
+    tally.step("the checkers find planted faults", lambda: run("python3", "tests/scripts/CheckersTest.py"))
+
+    if tally.step("release: build", build("release")):
+        tally.step("exported names", lambda: run("scripts/exports.py", *library_paths("release")))
+        tally.step("virtual slots", lambda: run("scripts/slots.py", "tests/slots.txt", *library_paths("release")))
+        tally.step("installed package", lambda: run("scripts/installed.sh", BUILD / "release"))
+
+    build_and_test(tally, "ASan and UBSan", "asan-ubsan", **SANITIZER_ENVIRONMENT)
+
+    if tally.step("coverage: build", build("coverage")):
+        with tempfile.TemporaryDirectory() as profiles:
+            tally.step("coverage: tests", run_tests("coverage", LLVM_PROFILE_FILE=f"{profiles}/%m.profraw"))
+            tally.step("coverage", lambda: run("scripts/coverage.py", BUILD / "coverage", profiles))
+
+    tally.step("clang-tidy", clang_tidy)
+
+    if extent == "--all":
+        build_and_test(tally, "clang", "clang")
+        build_and_test(tally, "-O2", "O2")
+        build_and_test(tally, "-O3", "O3")
+        build_and_test(tally, "valgrind", "valgrind", prefix=VALGRIND)
+    return tally
+
+
+def stop(*_):
+    """Ends the commands that run, and what they started, before us."""
+    for process in list(running):
+        with contextlib.suppress(ProcessLookupError):
+            os.killpg(process.pid, signal.SIGTERM)
+    raise KeyboardInterrupt
+
+
+def main():
+    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # death tests leave no core files
+    signal.signal(signal.SIGINT, stop)
+    signal.signal(signal.SIGTERM, stop)
+    start = time.monotonic()
+    try:
+        tally = check(sys.argv[1] if len(sys.argv) > 1 else "")
+    except KeyboardInterrupt:
+        return 130
+    print(f"== done, {time.monotonic() - start:.0f} s")
+    print(f"{tally.passed} passed, {tally.failed} failed")
+    return 1 if tally.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

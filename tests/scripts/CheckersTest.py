@@ -1,0 +1,223 @@
+#!/usr/bin/env python3
+"""Shows that each checker of scripts/ finds a planted fault, and finds none where there is none."""
+
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "scripts"))
+sys.dont_write_bytecode = True
+
+import check  # pylint: disable=wrong-import-position
+import coverage  # pylint: disable=wrong-import-position
+import exports  # pylint: disable=wrong-import-position
+import headers  # pylint: disable=wrong-import-position
+import layers  # pylint: disable=wrong-import-position
+import slots  # pylint: disable=wrong-import-position
+
+
+class InTree(unittest.TestCase):
+    """A test with a tree of its own."""
+
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.root = pathlib.Path(directory.name)
+
+    def write(self, path, text):
+        file = self.root / path
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text)
+        return file
+
+    def library(self, text):
+        source = self.write("Library.cpp", text)
+        library = self.root / "library.so"
+        subprocess.run(["g++", "-std=c++20", "-shared", "-fPIC", "-o", library, source], check=True)
+        return str(library)
+
+
+class Layers(InTree):
+    def faults_of(self, path, include):
+        self.write(path, f"#include {include}\n")
+        return layers.faults(self.root)
+
+    def test_including_from_an_earlier_layer_is_right(self):
+        self.assertEqual(self.faults_of("FyrL3Intf/A.h", '"Kob/Ptr.h"'), [])
+
+    def test_including_from_a_later_layer_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of("Kob/A.h", '"platform/IntfId.h"'),
+            ['Kob/A.h:1: "platform/IntfId.h" is of a later layer'],
+        )
+
+    def test_including_a_neighbour_by_its_bare_name_is_a_fault(self):
+        self.assertEqual(self.faults_of("Kob/A.h", '"B.h"'), ['Kob/A.h:1: "B.h" is not named from the root'])
+
+    def test_including_upwards_by_a_relative_path_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of("platform/A.h", '"../FyrL3Intf/B.h"'),
+            ['platform/A.h:1: "../FyrL3Intf/B.h" is not named from the root'],
+        )
+
+    def test_a_library_uses_the_standard_library_alone(self):
+        self.assertEqual(self.faults_of("Kob/A.h", "<vector>"), [])
+        self.assertEqual(
+            self.faults_of("Kob/A.h", "<nlohmann/json.hpp>"),
+            ["Kob/A.h:1: <nlohmann/json.hpp> is not of the standard library"],
+        )
+
+    def test_the_host_may_use_other_libraries(self):
+        self.assertEqual(self.faults_of("agent/A.h", "<nlohmann/json.hpp>"), [])
+
+
+class Headers(InTree):
+    def faults_of(self, header):
+        self.write("Kob/A.h", header)
+        command = f"g++ -std=c++20 -I{self.root} -Wall -Werror -o A.o -c A.cpp"
+        entries = [{"file": str(self.root / "Kob" / "A.cpp"), "command": command}]
+        self.write("compile_commands.json", json.dumps(entries))
+        return headers.faults(self.root, self.root)
+
+    def test_a_whole_header_is_right(self):
+        self.assertEqual(self.faults_of("#pragma once\n#include <string>\nstruct A { std::string text; };\n"), [])
+
+    def test_a_missing_include_is_a_fault(self):
+        self.assertIn("Kob/A.h does not compile", self.faults_of("#pragma once\nstruct A { std::string text; };\n")[0])
+
+    def test_a_missing_guard_is_a_fault(self):
+        self.assertIn("Kob/A.h does not compile", self.faults_of("struct A {};\n")[0])
+
+
+class Exports(InTree):
+    def faults_of(self, text):
+        return [fault.split(": ", 1)[1] for fault in exports.faults(self.library(text))]
+
+    def test_the_namespaces_of_the_project_are_right(self):
+        self.assertEqual(
+            self.faults_of(
+                "#include <string>\n#include <vector>\n"
+                "namespace Kob { struct A { virtual ~A(); virtual void f(); int x; }; A::~A() {} void A::f() {}\n"
+                "template <class T> T twice(T t) { return t + t; } template int twice(int);\n"
+                "A& only() { static A a; return a; }\n"
+                "std::string g(std::vector<std::string> v) { v.push_back({}); return v[0]; }\n"
+                "int variable = 1; bool operator==(const A& a, const A& b) { return a.x == b.x; } }"
+            ),
+            [],
+        )
+
+    def test_a_foreign_namespace_is_a_fault(self):
+        self.assertEqual(self.faults_of("namespace Other { void f() {} }"), ["exports Other::f() (T _ZN5Other1fEv)"])
+
+    def test_a_namespace_with_a_longer_name_is_a_fault(self):
+        self.assertEqual(self.faults_of("namespace Kobs { void f() {} }"), ["exports Kobs::f() (T _ZN4Kobs1fEv)"])
+
+    def test_a_function_without_a_namespace_is_a_fault(self):
+        self.assertEqual(self.faults_of("void f() {}"), ["exports f() (T _Z1fv)"])
+        self.assertEqual(self.faults_of('extern "C" void f() {}'), ["exports f (T f)"])
+
+    def test_the_type_information_of_a_foreign_class_is_a_fault(self):
+        self.assertIn(
+            "exports typeinfo for Other::A (V _ZTIN5Other1AE)",
+            self.faults_of("namespace Other { struct A {}; } namespace Kob { void f() { throw Other::A(); } }"),
+        )
+
+    def test_a_definition_of_our_own_in_the_standard_namespace_is_a_fault(self):
+        self.assertEqual(self.faults_of("namespace std { void f() {} }"), ["exports std::f() (T _ZSt1fv)"])
+
+    def test_a_global_operator_new_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of("void* operator new(unsigned long) { return nullptr; }"),
+            ["exports operator new(unsigned long) (T _Znwm)"],
+        )
+
+    def test_a_library_without_names_is_a_fault(self):
+        library = self.library("static int x;")
+        self.assertEqual(exports.faults(library), [f"{library}: exports nothing"])
+
+
+class Slots(InTree):
+    SOURCE = """
+        namespace Kob {
+        struct Other { virtual void other() {} };
+        struct Base { virtual void first(int) const; virtual ~Base(); };
+        struct __attribute__((visibility("hidden"))) Derived : Base, Other {
+          void first(int) const override; virtual void last();
+        };
+        void Base::first(int) const {} Base::~Base() {} void Derived::first(int) const {} void Derived::last() {}
+        }
+    """
+
+    def faults_of(self, text):
+        path = self.write("slots.txt", text)
+        return slots.faults(path, [slots.Library(self.library(self.SOURCE))])
+
+    def test_the_order_of_the_library_is_right(self):
+        self.assertEqual(
+            self.faults_of(
+                "# a comment\nKob::Base\n  first(int) const\n  ~\n  ~\n\nKob::Derived : Kob::Base # hidden\n  last...\n"
+            ),
+            [],
+        )
+
+    def test_another_order_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of("Kob::Base\n  ~\n  ~\n  first(int) const\n"),
+            [
+                "Kob::Base: slot 0 is first(int) const, expected ~",
+                "Kob::Base: slot 2 is ~, expected first(int) const",
+            ],
+        )
+
+    def test_other_arguments_are_a_fault(self):
+        self.assertEqual(
+            self.faults_of("Kob::Base\n  first(long) const\n  ~\n  ~\n"),
+            ["Kob::Base: slot 0 is first(int) const, expected first(long) const"],
+        )
+
+    def test_a_missing_slot_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of("Kob::Base\n  first...\n  ~\n  ~\n  second()\n"),
+            ["Kob::Base: slot 3 is nothing, expected second()"],
+        )
+
+    def test_a_slot_too_many_is_a_fault(self):
+        self.assertEqual(self.faults_of("Kob::Base\n  first...\n  ~\n"), ["Kob::Base: slot 2 is ~, expected nothing"])
+
+    def test_a_class_that_is_not_there_is_a_fault(self):
+        self.assertEqual(self.faults_of("Kob::Gone\n  f()\n"), ["Kob::Gone: no library has its virtual table"])
+
+
+class Coverage(unittest.TestCase):
+    def test_a_line_that_was_not_executed_is_found(self):
+        lcov = "SF:/tree/Kob/A.cpp\nDA:3,1\nDA:4,0\nend_of_record\nSF:/tree/Kob/B.cpp\nDA:1,7\nend_of_record\n"
+        self.assertEqual(coverage.uncovered_lines(lcov), {pathlib.Path("/tree/Kob/A.cpp"): [4]})
+
+
+class Counting(unittest.TestCase):
+    def test_passed_and_failed_tests_are_counted(self):
+        output = "[  PASSED  ] 7 tests.\n[  FAILED  ] 2 tests, listed below:\n[  FAILED  ] A.B\n[  FAILED  ] A.C\n"
+        self.assertEqual(check.count_tests(False, output), (7, 2))
+
+    def test_a_program_that_dies_is_a_failure(self):
+        self.assertEqual(check.count_tests(False, "[ RUN      ] A.B\n"), (0, 1))
+
+    def test_a_program_that_fails_after_its_last_test_is_a_failure(self):
+        self.assertEqual(check.count_tests(False, "[  PASSED  ] 7 tests.\nleaks\n"), (7, 1))
+
+    def test_a_disabled_or_skipped_test_is_a_failure(self):
+        self.assertEqual(check.count_tests(True, "[  PASSED  ] 1 test.\n  YOU HAVE 1 DISABLED TEST\n"), (1, 1))
+        self.assertEqual(check.count_tests(True, "[  PASSED  ] 1 test.\n[  SKIPPED ] 1 test, listed below:\n"), (1, 1))
+
+    def test_what_failed_is_shown_without_what_passed(self):
+        passed = "[ RUN      ] A.B\nnoise\n[       OK ] A.B (0 ms)\n"
+        failed = "[ RUN      ] A.C\nreason\n[  FAILED  ] A.C (0 ms)\n"
+        self.assertEqual(check.failures(passed + failed + passed), failed)
+
+
+if __name__ == "__main__":
+    unittest.main()
