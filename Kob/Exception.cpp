@@ -24,20 +24,20 @@ bool Exception::IdBitArray::contains(Id id) const noexcept {
   return id < 64 && ((bits_ >> id) & 1U) != 0;
 }
 
+// NOLINTBEGIN(bugprone-throw-keyword-missing): sets of ids are passed on, no exception is made
 Exception::Exception(String8 message, IdBitArray ids, bool expectable)
     : message_(std::move(message)), ids_(ids), expectable_(expectable) {}
 
 Exception::~Exception() = default;
 
-// NOLINTNEXTLINE(bugprone-throw-keyword-missing): a set of ids is passed on, not an exception
 RangeException::RangeException(String8 message, IdBitArray ids)
     : Exception(std::move(message), with(ids, rangeError), true) {}
 
 RangeException::~RangeException() = default;
 
-// NOLINTNEXTLINE(bugprone-throw-keyword-missing): as above
 NameInUseException::NameInUseException(String8 message, IdBitArray ids)
     : Exception(std::move(message), with(ids, nameInUse), true) {}
+// NOLINTEND(bugprone-throw-keyword-missing)
 
 NameInUseException::~NameInUseException() = default;
 

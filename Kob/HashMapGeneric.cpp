@@ -31,7 +31,8 @@ HashMapGeneric::~HashMapGeneric() { emptyAllBuckets(); }
 PtrInterface* HashMapGeneric::next(const PtrInterface* entry) const noexcept {
   // The link is a Ptr to the entry's own type, whose bytes are the pointer.
   PtrInterface* next = nullptr;
-  std::memcpy(&next, reinterpret_cast<const char*>(entry) + nextOffset_, sizeof(void*));
+  std::memcpy(static_cast<void*>(&next), reinterpret_cast<const char*>(entry) + nextOffset_,
+              sizeof(void*));
   return next;
 }
 
