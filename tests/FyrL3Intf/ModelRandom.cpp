@@ -32,9 +32,10 @@ class Life {
     };
     unsigned total = 0;
     for (const Choice& choice : choices) total += choice.weight;
-    std::size_t at = 0;
-    for (unsigned left = below(total); left >= choices[at].weight; ++at) left -= choices[at].weight;
-    return (this->*choices[at].event)();
+    unsigned left = below(total);
+    const Choice* choice = choices;
+    while (left >= choice->weight) left -= choice++->weight;
+    return (this->*choice->event)();
   }
 
   Event start() {
