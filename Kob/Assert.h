@@ -1,10 +1,14 @@
 #pragma once
 
-// The two fatal forms. A broken invariant or a caller's contract violation ends the process with a
+// The fatal forms. A broken invariant or a caller's contract violation ends the process with a
 // line on standard error, in every build type; bad input data never comes here.
 //
 //   KOB_ASSERT(condition, text, function)
 //     plain form: the C library's assertion report, nothing before it.
+//   KOB_ASSERT_UNTESTABLE(condition, text, function, reason)
+//     the plain form, for a failure that no test can bring about: the literal `reason` says why.
+//     The tests must fail every assertion but those written so, and none of those: see
+//     scripts/coverage.py.
 //   KOB_ASSERT_REPORTED(condition, text, function, detail)
 //     reported form: "Failed(" text ") " and the streamed detail, without a line end, and then the
 //     assertion report on the text in quotes, negated.
@@ -41,6 +45,9 @@ consteval const char* sourceName(const char* path) {
 
 #define KOB_ASSERT(condition, text, function) \
   ((condition) ? void() : ::Kob::assertFail(text, ::Kob::sourceName(__FILE__), __LINE__, function))
+
+#define KOB_ASSERT_UNTESTABLE(condition, text, function, reason) \
+  KOB_ASSERT(condition, text, function)
 
 #define KOB_ASSERT_REPORTED(condition, text, function, detail)                              \
   do {                                                                                      \

@@ -56,7 +56,12 @@ PtrInterface* HashMapGeneric::seek(std::uint32_t hash, const void* key, const Pt
 }
 
 void HashMapGeneric::newMemberG(PtrInterface* entry, const void* key) {
-  if (members_ >= buckets() && bits_ < maxBits) setSize0(buckets() * 2);
+  if (members_ >= buckets()) {
+    KOB_ASSERT_UNTESTABLE(bits_ < maxBits, "bits < maxBits",
+                          "void Kob::HashMapGeneric::newMemberG(Kob::PtrInterface*, const void*)",
+                          "2^31 entries take hundreds of gigabytes");
+    setSize0(buckets() * 2);
+  }
   insert(entry, key);
 }
 

@@ -66,7 +66,8 @@ class KOB_EXPORT HashMapGeneric {
 
   /// Inserts the entry. REQUIRES: it is in no collection, and its key is absent here; a second
   /// entry of one key is fatal, and so is one that is linked elsewhere (the last of a chain shows
-  /// no link, and is not noticed). Throws std::bad_alloc, and has not inserted, when growing fails.
+  /// no link, and is not noticed). A collection of 2^31 entries takes no more: one more is fatal.
+  /// Throws std::bad_alloc, and has not inserted, when growing fails.
   void newMemberG(PtrInterface* entry, const void* key);
   /// Unlinks the entry and gives the collection's reference back; false when it is not here.
   bool deleteMember(PtrInterface* entry);

@@ -146,7 +146,11 @@ void WeakHolds::holdDel(const VFPtrInterface* notifier, const NotifieeConst* not
   const auto [first, last] = holds().equal_range(notifier);
   const auto hold =
       std::find_if(first, last, [notifiee](const auto& h) { return h.second == notifiee; });
-  if (hold != last) holds().erase(hold);
+  KOB_ASSERT_UNTESTABLE(hold != last, "hold != last",
+                        "void Kob::WeakHolds::holdDel(const Kob::VFPtrInterface*, "
+                        "const Kob::PtrInterface::NotifieeConst*)",
+                        "a weak hold is recorded for as long as it reads its notifier");
+  holds().erase(hold);
 }
 
 void WeakHolds::notifierDel(const VFPtrInterface* notifier) noexcept {

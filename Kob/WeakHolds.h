@@ -12,7 +12,7 @@ class WeakHolds {
  public:
   /// Records that `notifiee` holds `notifier` without counting.
   static void holdIs(const VFPtrInterface* notifier, PtrInterface::NotifieeConst* notifiee);
-  /// Forgets that hold; does nothing when there is none.
+  /// Forgets that hold. REQUIRES: it is recorded; forgetting another is fatal.
   static void holdDel(const VFPtrInterface* notifier,
                       const PtrInterface::NotifieeConst* notifiee) noexcept;
   /// The object is going: each of its weak holders reads a null notifier from now on.

@@ -1,6 +1,7 @@
-// The state machine as such: its construction, what stays when an input is removed, and how it
-// switches the machines of the interfaces.
+// The state machine as such: what it traces, its construction, what stays when an input is removed,
+// and how it switches the machines of the interfaces.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -13,6 +14,51 @@
 
 namespace FyrL3Intf::Tests {
 namespace {
+
+// ---------------------------------------------------------------------------------------------
+// Messages
+
+/// Makes the machines say everything that they ever trace, needed or not needed.
+void tellEverything(bool internalVlanNeeded) {
+  World world(internalVlanNeeded);
+  world.start();
+  world.routedPort("Ethernet1", 100);
+  world.vlanIntf("Vlan10");
+  if (!internalVlanNeeded) world.l3Index("Ethernet3", 5);
+  world.machine->doVerify();
+  world.machine->doPrepareToDie();
+  world.machine->fyrL3IndexDirDel();
+  world.machine->handleL3Index();
+}
+
+/// The records of a coverage stream as Trace gives those of the trace stream: without time and
+/// facility in front, and without the place in the source at the end.
+Log recordsOf(const std::ostringstream& coverage) {
+  Log records;
+  std::istringstream lines(coverage.str());
+  for (std::string line; std::getline(lines, line);) {
+    records.push_back(line.substr(0, line.rfind(" [FyrL3Intf/")));
+    records.back().erase(0, line.find("FyrL3IntfSm ") + 12);
+  }
+  return records;
+}
+
+TEST(ConfigSmMessages, ACoverageStreamGetsThemAllWhileTheFacilityIsOff) {
+  for (const bool internalVlanNeeded : {internalVlans, noInternalVlans}) {
+    Log traced;
+    {
+      Trace trace;
+      tellEverything(internalVlanNeeded);
+      traced = trace.taken();
+    }
+    std::ostringstream coverage;
+    Kob::coverageStream_ = &coverage;
+    tellEverything(internalVlanNeeded);
+    Kob::coverageStream_ = nullptr;
+    EXPECT_THAT(traced, testing::SizeIs(testing::Gt(10U)));
+    EXPECT_EQ(recordsOf(coverage), traced);
+  }
+}
 
 // ---------------------------------------------------------------------------------------------
 // Construction

@@ -156,9 +156,18 @@ TEST_F(MachineDestructionTest, AMachineOfAPortThatSomebodyHoldsIsDisconnected) {
   EXPECT_EQ(textOf(*world.table), before);
 }
 
-/// Hears of the last release of an entry of the configuration.
-class LastRelease final : public Bridging::SwitchIntfConfig::NotifieeConst {
+/// Hears of the last release of an object that it does not hold.
+template <class Object>
+class LastRelease final : public Object::NotifieeConst {
  public:
+  static Kob::Ptr<LastRelease> of(const Kob::Ptr<Object>& object) {
+    Kob::Ptr last(new LastRelease);
+    last->notifierIs(object);
+    last->isRegisteredNotifieeIs(true);
+    last->isWeakReferenceIs(true);
+    return last;
+  }
+
   std::function<void()> onZero = [] {};
 
   void onZeroReferences() override { onZero(); }
@@ -174,16 +183,16 @@ TEST_F(MachineDestructionTest, WhoeverIsCalledWhileItGoesFindsTheReactorsDisconn
     return reactor->kobMarkedForDeletion() && reactor->owner() == nullptr;
   };
   world.routedPort("Ethernet2", 200);
-  const Kob::Ptr last(new LastRelease);
-  last->notifierIs(world.config->switchIntfConfig("Ethernet1"_intf));
-  last->isRegisteredNotifieeIs(true);
-  last->isWeakReferenceIs(true);
+  const auto last =
+      LastRelease<Bridging::SwitchIntfConfig>::of(world.config->switchIntfConfig("Ethernet1"_intf));
+  const ConfigSm& machine = *world.machine;
   world.activity->deferralIs(true);
   world.portDel("Ethernet1");
   bool called = false;
   Trace trace;
   last->onZero = [&] {
     called = true;
+    EXPECT_TRUE(machine.kobMarkedForDeletion());
     EXPECT_TRUE(disconnected(config));
     EXPECT_TRUE(disconnected(statusDir));
     EXPECT_TRUE(disconnected(indexDir));
@@ -195,6 +204,36 @@ TEST_F(MachineDestructionTest, WhoeverIsCalledWhileItGoesFindsTheReactorsDisconn
   world.machine = nullptr;
   EXPECT_TRUE(called);
   EXPECT_EQ(trace.taken(), Log{});
+}
+
+/// Nobody but the machine holds anything any more.
+TEST_F(MachineDestructionTest, ReleasesThePortsThenTheTableThenTheInputsAndTheActivityLast) {
+  const auto port =
+      LastRelease<Bridging::SwitchIntfConfig>::of(world.config->switchIntfConfig("Ethernet1"_intf));
+  const auto table = LastRelease<Table>::of(world.table);
+  const auto config = LastRelease<Bridging::Config>::of(world.config);
+  const auto statusDir = LastRelease<Interface::VlanIntfStatusDir>::of(world.statusDir);
+  const auto indexDir = LastRelease<L3IndexDir>::of(world.indexDir);
+  Log gone;
+  const auto goes = [&](const char* name) {
+    return [&gone, &activity = world.activity, name] {
+      gone.emplace_back(name);
+      EXPECT_GT(activity->references(), 1U) << "held by the test, and by the machine still";
+    };
+  };
+  port->onZero = goes("port");
+  table->onZero = goes("table");
+  config->onZero = statusDir->onZero = indexDir->onZero = goes("input");
+  world.activity->deferralIs(true);
+  world.portDel("Ethernet1");
+  world.table = nullptr;
+  world.config = nullptr;
+  world.statusDir = nullptr;
+  world.indexDir = nullptr;
+  EXPECT_EQ(gone, Log{});
+  world.machine = nullptr;
+  EXPECT_EQ(gone, (Log{"port", "table", "input", "input", "input"}));
+  EXPECT_EQ(world.activity->references(), 1U);
 }
 
 /// Hears of the index directory before the machine does.

@@ -274,6 +274,18 @@ TYPED_TEST(InputTest, SwitchingTheMachineOffTwiceReachesTheReactorOnce) {
   EXPECT_TRUE(reactor->hasNotificationActive());
 }
 
+TYPED_TEST(InputTest, AMachineWithoutTheInputIsSwitchedAndMadeAZombieAllTheSame) {
+  TypeParam::del(this->machine);
+  EXPECT_FALSE(this->machine.hasNotificationActiveIs(false));
+  EXPECT_TRUE(this->machine.hasNotificationActiveIs(true));
+  EXPECT_TRUE(this->machine.kobDoZombieReactors(true));
+  EXPECT_FALSE(this->machine.kobDoZombieReactors(false));
+  TypeParam::is(this->machine, this->another);
+  EXPECT_EQ(this->called(), this->renewed());
+  TypeParam::add(*this->another, one);
+  EXPECT_EQ(this->called(), this->keyed("Vlan1"));
+}
+
 TYPED_TEST(InputTest, AZombieMachineHearsNothingAndListensAgainWhenItIsRevived) {
   EXPECT_TRUE(this->machine.kobDoZombieReactors(true));
   EXPECT_TRUE(this->machine.kobMarkedForDeletion());

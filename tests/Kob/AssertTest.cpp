@@ -16,9 +16,10 @@ using testing::MatchesRegex;
 
 constexpr const char* function = "void Test::operation(int)";
 
-TEST(Assert, AConditionThatHoldsDoesNothingInEitherForm) {
+TEST(Assert, AConditionThatHoldsDoesNothingInAnyForm) {
   int formatted = 0;
   KOB_ASSERT(true, "true", function);
+  KOB_ASSERT_UNTESTABLE(true, "true", function, "it holds");
   KOB_ASSERT_REPORTED(true, "true", function, ++formatted);
   EXPECT_EQ(formatted, 0);
 }
@@ -26,13 +27,19 @@ TEST(Assert, AConditionThatHoldsDoesNothingInEitherForm) {
 TEST(Assert, AConditionIsEvaluatedOnce) {
   int evaluated = 0;
   KOB_ASSERT(++evaluated > 0, "++evaluated > 0", function);
+  KOB_ASSERT_UNTESTABLE(++evaluated > 0, "++evaluated > 0", function, "it counts up");
   KOB_ASSERT_REPORTED(++evaluated > 0, "++evaluated > 0", function, "");
-  EXPECT_EQ(evaluated, 2);
+  EXPECT_EQ(evaluated, 3);
 }
 
 TEST(Assert, ThePlainFormWritesTheAssertionReportAlone) {
   EXPECT_FATAL(KOB_ASSERT(1 > 2, "owner( oldId ) == id", function), "Kob/AssertTest.cpp",
                "void Test::operation(int)", "owner( oldId ) == id");
+}
+
+TEST(Assert, AFailureThatNoTestShouldBringAboutIsAsFatalAsAnyOther) {
+  EXPECT_FATAL(KOB_ASSERT_UNTESTABLE(1 > 2, "owner( oldId ) == id", function, "but it is"),
+               "Kob/AssertTest.cpp", "void Test::operation(int)", "owner( oldId ) == id");
 }
 
 TEST(Assert, TheReportedFormWritesTheDetailAndThenTheNegatedTextInQuotes) {

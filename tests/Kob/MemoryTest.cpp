@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
@@ -24,6 +25,7 @@ struct Heap {
   void* allocate(std::size_t size) {
     if (successesLeft == 0) {
       successesLeft = never;
+      refused = size;
       throw std::bad_alloc();
     }
     if (successesLeft > 0) --successesLeft;
@@ -36,6 +38,8 @@ struct Heap {
   /// How many allocations succeed before one fails.
   int successesLeft = never;
   int allocations = 0;
+  /// Bytes of the allocation that failed last.
+  std::size_t refused = 0;
 };
 
 Heap heap;
@@ -96,6 +100,16 @@ TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotBeResized) {
                                                });
   EXPECT_EQ(failures, 1);
   expectHolds(pairs, firstNumbers(9));
+}
+
+TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotGetAsManyBucketsAsItMayHave) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(9));
+  heap.successesLeft = 0;
+  EXPECT_THROW(pairs.setSize0(UINT_MAX), std::bad_alloc);
+  EXPECT_EQ(heap.refused, sizeof(void*) << 31U) << "2^31 buckets and no more";
+  expectHolds(pairs, firstNumbers(9));
+  EXPECT_EQ(pairs.buckets(), 16U);
 }
 
 TYPED_TEST(CollectionOutOfMemory, LeavesNothingBehindWhenItCanNotBeCopied) {

@@ -131,6 +131,29 @@ TEST_F(ReactorTest, JoinsTheListOfANewNotifierEvenWhenItWasNotRegistered) {
   EXPECT_TRUE(isIn(second_, reactor()));
 }
 
+TEST_F(ReactorTest, ThatIsNotRegisteredJoinsTheListOfANewNotifierAfterItsHandler) {
+  input().newReactor(*machine_, first_);
+  reactor().isRegisteredNotifieeIs(false);
+  machine_->whenHandled = [&] {
+    EXPECT_EQ(reactor().notifier(), second_);
+    EXPECT_FALSE(reactor().isRegisteredNotifiee());
+    EXPECT_EQ(second_->kobNotifiees().members(), 0U);
+  };
+  reactor().notifierIs(second_);
+  EXPECT_EQ(heard(), Log{"machine all"});
+  EXPECT_TRUE(isIn(second_, reactor()));
+}
+
+TEST_F(ReactorTest, ThatIsRegisteredMovesToANewNotifierBeforeItsHandler) {
+  input().newReactor(*machine_, first_);
+  machine_->whenHandled = [&] {
+    EXPECT_EQ(first_->kobNotifiees().members(), 0U);
+    EXPECT_TRUE(isIn(second_, reactor()));
+  };
+  reactor().notifierIs(second_);
+  EXPECT_EQ(heard(), Log{"machine all"});
+}
+
 TEST_F(ReactorTest, IsRegisteredAllTheSameWhenItsHandlerThrows) {
   input().newReactor(*machine_, first_);
   reactor().isRegisteredNotifieeIs(false);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <typeinfo>
+
 #include "Kob/Entity.h"
 
 namespace KobTest {
@@ -20,6 +22,16 @@ TEST(TypeName, IsThatOfTheObjectForAnExpression) {
   const Kob::Ptr<Kob::PtrInterface> object(new Kob::Entity("entity"));
   const Kob::PtrInterface& seen = *object;
   EXPECT_EQ(typeName(typeid(seen)), "Kob::Entity");
+}
+
+/// Type information under a name of its own.
+class NamedType : public std::type_info {
+ public:
+  explicit NamedType(const char* name) : type_info(name) {}
+};
+
+TEST(TypeName, IsTheRawNameWhereThatIsNoMangledOne) {
+  EXPECT_EQ(typeName(NamedType("no mangled name")), "no mangled name");
 }
 
 }  // namespace

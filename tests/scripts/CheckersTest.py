@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Shows that each checker of scripts/ finds a planted fault, and finds none where there is none."""
 
+import contextlib
+import io
 import json
+import os
 import pathlib
 import subprocess
 import sys
@@ -192,7 +195,111 @@ class Slots(InTree):
         self.assertEqual(self.faults_of("Kob::Gone\n  f()\n"), ["Kob::Gone: no library has its virtual table"])
 
 
-class Coverage(unittest.TestCase):
+class Coverage(InTree):
+    """Each test has a library of one file, Kob/A.cpp, and runs it."""
+
+    def setUp(self):
+        super().setUp()
+        for path in ["Kob/Assert.h", "Kob/Export.h"]:
+            self.write(path, (ROOT / path).read_text())
+        for folder in ["platform", "FyrL3Intf", "bin"]:
+            (self.root / folder).mkdir()
+        self.figures = ""
+
+    def faults_of(self, *lines):
+        """What is missing; the first line given is line 2."""
+        source = self.write("Kob/A.cpp", "\n".join(['#include "Kob/Assert.h"', *lines, ""]))
+        program = self.root / "bin" / "program"
+        others = [ROOT / "Kob/Assert.cpp", ROOT / "cmake/WriteProfileOnAbort.cpp"]
+        options = ["-fprofile-instr-generate", "-fcoverage-mapping", "-fcoverage-mcdc"]
+        command = ["clang++-19", "-std=c++20", f"-I{self.root}", *options, "-o", program, source, *others]
+        subprocess.run(command, check=True)
+        environment = {**os.environ, "LLVM_PROFILE_FILE": str(self.root / "program.profraw")}
+        subprocess.run([program], env=environment, stderr=subprocess.DEVNULL, check=False)
+        with contextlib.redirect_stdout(io.StringIO()) as figures:
+            found = coverage.faults(self.root, self.root, self.root)
+        self.figures = figures.getvalue()
+        return found
+
+    def test_what_is_taken_both_ways_by_all_instantiations_together_is_right(self):
+        found = self.faults_of(
+            "template <class T> bool isNegative(T x) { return x < T() && x + 1 != T(); }",
+            "int main() { isNegative(1); isNegative(-2); isNegative(-1L); isNegative(-2L); }",
+        )
+        self.assertEqual(found, [])
+        self.assertIn("branches 4/4 (100.0 %), mcdc 2/2 (100.0 %), untestable 0\n", self.figures)
+
+    def test_a_way_that_is_not_taken_is_a_fault(self):
+        found = self.faults_of(
+            "int sign(int x) { return x < 0 ? -1 : 1; }",
+            'void check(int x) { KOB_ASSERT(x != 0, "x != 0", "void check(int)"); }',
+            "bool both(bool a, bool b) { return a && b; }",
+            "int main() { check(sign(1)); both(false, true); }",
+        )
+        header = (ROOT / "Kob/Assert.h").read_text().splitlines()
+        condition = next(number for number, line in enumerate(header, 1) if line.startswith("  ((condition) ?"))
+        self.assertEqual(
+            found,
+            [
+                "Kob/A.cpp:2: x < 0: never true",
+                f"Kob/A.cpp:3 (Kob/Assert.h:{condition}): (condition): never false",
+                "Kob/A.cpp:4: a: never true",
+                "Kob/A.cpp:4: b: never true or false",
+                "Kob/A.cpp:4: a && b: condition 1, 2 never decides alone",
+            ],
+        )
+
+    def test_a_condition_that_never_decides_alone_is_a_fault(self):
+        found = self.faults_of(
+            "bool any(bool a, bool b, bool c) { return (a && b) || c; }",
+            "int main() { any(true, true, false); any(true, false, true); any(false, false, false); }",
+        )
+        self.assertEqual(found, ["Kob/A.cpp:2: (a && b) || c: condition 2, 3 never decides alone"])
+
+    def test_a_comparison_of_the_compiler_does_not_count(self):
+        found = self.faults_of(
+            "struct Pair {",
+            "  int x, y;",
+            "  friend constexpr bool operator==(const Pair&, const Pair&) = default;",
+            "};",
+            "int main(int count, char**) { return Pair{count, 2} == Pair{1, 2}; }",
+        )
+        self.assertEqual(found, [])
+        self.assertIn("branches 0/0", self.figures)
+
+    def test_a_mark_on_what_no_test_makes_fail_is_right(self):
+        found = self.faults_of(
+            "void check(int x) {",
+            '  KOB_ASSERT_UNTESTABLE(x != 0, "x != 0", "void check(int)", "who calls (\\")\\" too) knows it");',
+            "}",
+            "int main() { check(1); }",
+        )
+        self.assertEqual(found, [])
+        self.assertIn("branches 0/0 (100.0 %), mcdc 0/0 (100.0 %), untestable 1\n", self.figures)
+
+    def test_a_mark_covers_what_stands_in_it_alone(self):
+        found = self.faults_of(
+            "void check(int x) {",
+            '  if (x < 2) { KOB_ASSERT_UNTESTABLE(x != 0, "x != 0", "void check(int)", ""); } if (x > 2) --x;',
+            "}",
+            "int main() { check(1); }",
+        )
+        self.assertEqual(found, ["Kob/A.cpp:3: x < 2: never false", "Kob/A.cpp:3: x > 2: never true"])
+
+    def test_a_mark_on_what_a_test_makes_fail_is_a_fault(self):
+        found = self.faults_of(
+            'void check(int x) { KOB_ASSERT_UNTESTABLE(x != 0, "x != 0", "void check(int)", "wrong"); }',
+            "int main() { check(1); check(0); }",
+        )
+        self.assertEqual(found, ["Kob/A.cpp:2: KOB_ASSERT_UNTESTABLE: a test makes it fail"])
+
+    def test_a_mark_on_what_no_test_checks_is_a_fault(self):
+        found = self.faults_of(
+            'template <class T> void check(T x) { KOB_ASSERT_UNTESTABLE(x, "x", "void check(T)", "never used"); }',
+            "int main() {}",
+        )
+        self.assertEqual(found, ["Kob/A.cpp:2: KOB_ASSERT_UNTESTABLE: no test checks it"])
+
     def test_a_line_that_was_not_executed_is_found(self):
         lcov = "SF:/tree/Kob/A.cpp\nDA:3,1\nDA:4,0\nend_of_record\nSF:/tree/Kob/B.cpp\nDA:1,7\nend_of_record\n"
         self.assertEqual(coverage.uncovered_lines(lcov), {pathlib.Path("/tree/Kob/A.cpp"): [4]})
