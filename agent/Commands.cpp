@@ -54,8 +54,8 @@ std::string textOf(const Story& story) {
   return text;
 }
 
-/// The entry as the other commands give it, and what the story is made of. A port that is no L3
-/// interface has its name and its story alone.
+/// The entry as the other commands give it, and what the story is made of. What is no L3 interface
+/// has its name and its story alone.
 ordered_json jsonOf(Plexo::IntfId id, const Story& story, const Session& session) {
   ordered_json object;
   const auto found = session.theSwitch().l3Interfaces.find(id);

@@ -44,6 +44,7 @@ class Reader {
   void readVlanInterfaces();
   void readRoutedInterfaces(Table table);
   void readSubInterfaces();
+  void readLoopbacks();
   void readVlanMembers();
   void readMemberLists();
   void joinVlans();
@@ -98,6 +99,7 @@ Switch Reader::read() {
   readRoutedInterfaces(Table::interface);
   readRoutedInterfaces(Table::portChannelInterface);
   readSubInterfaces();
+  readLoopbacks();
   readVlanMembers();
   readMemberLists();
   joinVlans();
@@ -144,8 +146,10 @@ void Reader::readChannelMembers() {
 }
 
 void Reader::readChannelMember(const Row& row, IntfId channel, IntfId member) {
-  if (tables_.has(Table::portChannel) && !portChannels_.contains(channel)) {
-    report(ProblemKind::missingPortChannel, row, nameOf(channel) + " does not exist", rowIgnored);
+  if (vlanDigits(nameOf(channel)) ||
+      (tables_.has(Table::portChannel) && !portChannels_.contains(channel))) {
+    report(ProblemKind::missingPortChannel, row,
+           nameOf(channel) + " is no port channel that exists", rowIgnored);
   } else if (isPortChannel(member) || !exists(member)) {
     report(ProblemKind::missingMember, row, nameOf(member) + " is no port that exists", rowIgnored);
   } else if (const auto [other, isFirst] = switch_.channelOf.emplace(member, channel); !isFirst) {
@@ -272,7 +276,7 @@ void Reader::readSubInterfaces() {
 void Reader::readSubInterface(IntfId id, const std::vector<const Row*>& rows) {
   const Row& row = *rows.front();
   const auto name = subInterfaceName(nameOf(id));
-  if (!name || switch_.ports.contains(id)) {
+  if (!name || vlanDigits(name->parent) || switch_.ports.contains(id)) {
     report(ProblemKind::wrongTable, row, nameOf(id) + " is no sub-interface of a port", rowIgnored);
     return;
   }
@@ -306,7 +310,14 @@ Bridging::VlanId Reader::encapsulationOf(const std::vector<const Row*>& rows,
            "vlan " + describe(*field) + " is no number from 1 to 4094", "the number is dropped");
     return {};
   }
-  return name.isShort ? Bridging::VlanId() : vlanOf(json(name.number)).value_or(Bridging::VlanId());
+  if (name.isShort) return {};
+  const auto vlan = vlanOf(json(name.number));
+  if (!vlan) {
+    report(ProblemKind::badVlanNumber, *rows.front(),
+           "there is no vlan, and the number in the name is not from 1 to 4094",
+           "the number is dropped");
+  }
+  return vlan.value_or(Bridging::VlanId());
 }
 
 void Reader::addEncapsulation(const Row& row, IntfId id, const SubInterface& settings) {
@@ -319,6 +330,14 @@ void Reader::addEncapsulation(const Row& row, IntfId id, const SubInterface& set
       ProblemKind::sameEncapsulation, row,
       vlanText(encapsulation) + " of " + nameOf(parent) + " is that of " + firstName + " as well",
       "both are kept, " + firstName + " is taken for it where an L3 index is named by VLAN");
+}
+
+/// The application database has its management interfaces among them.
+void Reader::readLoopbacks() {
+  for (const Row& row : tables_.rows(Table::loopbackInterface)) {
+    const auto id = interfaceNamed(row.name);
+    if (id && !isManagementName(row.name)) switch_.loopbacks.insert(*id);
+  }
 }
 
 void Reader::readVlanMembers() {
@@ -412,7 +431,7 @@ void Reader::addMembership(const Row& row, Bridging::VlanId vlan, IntfId member,
                ", not an interface of its own",
            "the membership is ignored");
   } else if (!exists(member)) {
-    report(ProblemKind::missingMember, row, nameOf(member) + " does not exist",
+    report(ProblemKind::missingMember, row, nameOf(member) + " is no port that exists",
            "the membership is ignored");
   } else {
     memberships_.push_back({member, vlan, isUntagged, &row});
@@ -470,9 +489,11 @@ bool Reader::isPortChannel(IntfId id) const {
          (!switch_.ports.contains(id) && isPortChannelName(nameOf(id)));
 }
 
-/// A table that is absent lets every name pass.
+/// A table that is absent lets every name pass, but for those of VLAN interfaces: the library must
+/// not meet one of them as a port.
 bool Reader::exists(IntfId id) const {
   if (switch_.ports.contains(id) || switch_.channelOf.contains(id)) return true;
+  if (vlanDigits(nameOf(id))) return false;
   return !tables_.has(isPortChannel(id) ? Table::portChannel : Table::port);
 }
 

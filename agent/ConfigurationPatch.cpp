@@ -96,12 +96,15 @@ void Patcher::carryOut(const json& operation) {
                                                  {"move", &Patcher::move},
                                                  {"copy", &Patcher::copy},
                                                  {"test", &Patcher::test}}};
-  if (!operation.is_object()) throw BadOperation("it is " + describe(operation));
+  if (!operation.is_object()) {
+    throw BadOperation("it is " + describe(operation) + ", not an object");
+  }
   const std::string& name = text(operation, "op");
   for (const Entry& entry : entries) {
     if (entry.name == name) return (this->*entry.carryOut)(operation);
   }
-  throw BadOperation("there is no operation of this name");
+  throw BadOperation("there is no operation \"" + name +
+                     "\"; op is add, remove, replace, move, copy or test");
 }
 
 void Patcher::add(const json& operation) {
@@ -164,28 +167,29 @@ std::string titleOf(std::size_t number, const json& operation) {
   for (const char* name : {"op", "path"}) {
     const json* found = memberOf(operation, name);
     const std::string* part = found == nullptr ? nullptr : stringOf(*found);
-    if (part != nullptr) title += (title.empty() ? "" : " ") + *part;
+    if (part != nullptr && !part->empty()) title += (title.empty() ? "" : " ") + *part;
   }
   return "operation " + std::to_string(number) +
          (title.empty() ? "" : " (" + printable(title) + ")");
 }
 
-void refuseRepeatedKeys(const Document& patch) {
-  if (patch.repeatedKeys().empty()) return;
-  throw UnreadableInput(patch.name(), "no JSON Patch: the key \"" +
-                                          printable(patch.repeatedKeys().front().key) +
-                                          "\" stands twice in one object");
-}
-
 }  // namespace
 
-json patched(const json& root, const Document& patch) {
-  refuseRepeatedKeys(patch);
+void refuseUnlessPatch(const Document& patch) {
+  if (!patch.repeatedKeys().empty()) {
+    throw UnreadableInput(patch.name(), "no JSON Patch: the key \"" +
+                                            printable(patch.repeatedKeys().front().key) +
+                                            "\" stands twice in one object");
+  }
   if (!patch.root().is_array()) {
     throw UnreadableInput(patch.name(), "no JSON Patch: the document is " +
                                             printable(describe(patch.root())) +
                                             "; give a list of operations");
   }
+}
+
+json patched(const json& root, const Document& patch) {
+  refuseUnlessPatch(patch);
   Patcher patcher(root);
   std::size_t number = 0;
   for (const json& operation : patch.root()) {

@@ -11,6 +11,10 @@ namespace Agent {
 /// Values that the copy operations of one patch may make, at most.
 inline constexpr std::size_t mostCopiedValues = 1'000'000;
 
+/// Throws UnreadableInput when the document is no JSON Patch: no list, or with a key that stands
+/// twice in one object.
+void refuseUnlessPatch(const Document& patch);
+
 /// The document with the patch's operations carried out, one after the other: all of them or none.
 /// Throws UnreadableInput, which names the patch, the operation's number from 1 and its path, when
 /// the patch is none or an operation cannot be carried out. A result that nests deeper than

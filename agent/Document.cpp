@@ -193,6 +193,12 @@ Document::Document(std::string name, std::string_view text) : name_(std::move(na
   if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) {
     throw UnreadableInput(name_, "empty; give a JSON document");
   }
+  // The parser would take it for the end of the text.
+  if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
+    throw UnreadableInput(name_, placeOf(text, zero + 1) +
+                                     ": not JSON: a zero byte; JSON is text, check what wrote the "
+                                     "file");
+  }
   Builder builder(name_, text, repeatedKeys_);
   json::sax_parse(text, &builder);
   root_ = builder.takeRoot();

@@ -10,6 +10,7 @@
 #include "agent/Program.h"
 
 int main(int argc, char** argv) {
+  Agent::occupyClosedDescriptors();
   Agent::endOnInterrupt();
   try {
     Agent::Options options;

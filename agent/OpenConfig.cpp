@@ -37,12 +37,12 @@ const json* switchedVlanOf(const json& node) {
 bool isVlanName(const json& value) { return value.is_string() && !unsignedOf(value); }
 
 /// What an interface of the document is to the switch.
-enum class Role { vlan, ethernet, aggregate, leftOut };
+enum class Role { vlan, ethernet, aggregate, loopback, leftOut };
 
 Role roleOf(IntfId id, const json& node) {
   const std::string name = nameOf(id);
   const std::string_view type = nameSetting(&node, "type");
-  if (type == "softwareLoopback" || isLoopbackName(name)) return Role::leftOut;
+  if (type == "softwareLoopback" || isLoopbackName(name)) return Role::loopback;
   if (isManagementName(name) || isTrue(setting(&node, "management"))) return Role::leftOut;
   if (type == "l2vlan" || type == "l3ipvlan" || child(&node, "routed-vlan") != nullptr) {
     return Role::vlan;
@@ -69,6 +69,7 @@ class Reader {
   };
 
   void addInterface(const json& node);
+  Role usableRole(IntfId id, const json& node);
   void reportMisshapen(IntfId id, const json& node);
   void readMember(IntfId id, const json& node);
   void readVlanInterface(IntfId id, const json& node);
@@ -95,6 +96,9 @@ class Reader {
 Switch Reader::read(const json& interfaces) {
   for (const json& node : interfaces) {
     addInterface(node);
+  }
+  for (const auto& [id, interface] : interfaces_) {
+    if (interface.role == Role::loopback) switch_.loopbacks.insert(id);
   }
   for (const auto& [id, interface] : interfaces_) {
     if (interface.role == Role::ethernet) readMember(id, *interface.node);
@@ -125,12 +129,22 @@ void Reader::addInterface(const json& node) {
            name == nullptr ? "an interface of the list has no name"
                            : "name " + describe(*name) + " is no name of an interface",
            "the interface is ignored");
-  } else if (interfaces_.emplace(*id, Interface{roleOf(*id, node), &node}).second) {
+  } else if (interfaces_.emplace(*id, Interface{usableRole(*id, node), &node}).second) {
     reportMisshapen(*id, node);
   } else {
     report(ProblemKind::repeatedInterface, *id, "the list has the interface twice",
            "the first one counts");
   }
+}
+
+/// The library tells VLAN interfaces by their names.
+Role Reader::usableRole(IntfId id, const json& node) {
+  const Role role = roleOf(id, node);
+  const bool isPort = role == Role::ethernet || role == Role::aggregate;
+  if (!isPort || !vlanDigits(nameOf(id))) return role;
+  report(ProblemKind::wrongTable, id, "no port has the name of a VLAN interface",
+         "the interface is ignored");
+  return Role::leftOut;
 }
 
 void Reader::reportMisshapen(IntfId id, const json& node) {

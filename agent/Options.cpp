@@ -54,7 +54,10 @@ constexpr const char* whyExamples = R"(Examples:
 /// Shows a flag that may have a value as `--flag[=LOW-HIGH]`.
 class HelpFormatter : public CLI::Formatter {
  public:
-  HelpFormatter() { column_width(24); }
+  HelpFormatter() {
+    column_width(24);
+    label("SUBCOMMAND", "COMMAND");
+  }
 
   std::string make_option_name(const CLI::Option* option, bool isPositional) const override {
     const std::string name = Formatter::make_option_name(option, isPositional);
@@ -238,6 +241,30 @@ void checkFiles(const Options& options, const CLI::App& command) {
   }
 }
 
+/// The parser takes an empty range for one that is not given.
+void refuseEmptyRange(int argc, const char* const* argv) {
+  constexpr std::string_view emptyRange = "--internal-vlans=";
+  if (std::find(argv, argv + argc, emptyRange) != argv + argc) rangeOf("");
+}
+
+/// The words that nobody asked for come first: they are often what is missing elsewhere,
+/// misspelled.
+std::string complaintOf(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> rest = app.remaining(true);
+  if (app.get_subcommands().empty()) {
+    const auto isWord = [](const std::string& word) { return !word.starts_with('-'); };
+    const auto word = std::find_if(rest.begin(), rest.end(), isWord);
+    return (word == rest.end() ? "no command is given" : "there is no command \"" + *word + "\"") +
+           "; give show, lookup, verify or why";
+  }
+  if (rest.empty()) return error.what();
+  std::string complaint = "not understood:";
+  for (const std::string& word : rest) {
+    complaint += " " + word;
+  }
+  return complaint;
+}
+
 }  // namespace
 
 std::optional<HelpText> parseOptions(int argc, const char* const* argv, Options& options) {
@@ -251,9 +278,11 @@ std::optional<HelpText> parseOptions(int argc, const char* const* argv, Options&
       std::pair{Command::show, addShow(app)}, std::pair{Command::lookup, addLookup(app, options)},
       std::pair{Command::verify, addVerify(app)}, std::pair{Command::why, addWhy(app, options)}};
   for (const auto& [command, parser] : commands) {
+    parser->group("Commands");
     addCommonOptions(*parser, options, words);
   }
   try {
+    refuseEmptyRange(argc, argv);
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
     const auto chosen = app.get_subcommands();
@@ -261,7 +290,7 @@ std::optional<HelpText> parseOptions(int argc, const char* const* argv, Options&
   } catch (const CLI::CallForVersion&) {
     return HelpText{app.version() + "\n"};
   } catch (const CLI::ParseError& error) {
-    throw UsageError(printable(error.what()));
+    throw UsageError(printable(complaintOf(app, error)));
   }
   const auto chosen = std::find_if(commands.begin(), commands.end(),
                                    [](const auto& item) { return item.second->parsed(); });

@@ -1,5 +1,6 @@
 #include "agent/Output.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -38,6 +39,14 @@ bool isColoured(int descriptor) {
 }
 
 }  // namespace
+
+void occupyClosedDescriptors() noexcept {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+    // The lowest free one is taken; the wrong direction makes its use fail with EBADF.
+    (void)::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
 
 void printOut(std::string_view text) {
   if (const int error = writeAll(STDOUT_FILENO, text); error != 0) {

@@ -1,6 +1,9 @@
 #pragma once
 
 // Standard output and standard error: whole texts, written at once.
+//
+// A program may be started with some of its standard descriptors closed. The next file that it
+// opens would then pass for standard input or output.
 
 #include <stdexcept>
 #include <string_view>
@@ -12,6 +15,10 @@ class WriteError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
+
+/// Takes the place of standard descriptors that are closed: reading from them, or writing to them,
+/// fails as it did. To be called before anything is opened.
+void occupyClosedDescriptors() noexcept;
 
 /// Writes all of it to standard output, unbuffered. Throws WriteError.
 void printOut(std::string_view text);

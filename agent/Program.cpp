@@ -3,9 +3,11 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Kob/Trace.h"
 #include "agent/Commands.h"
+#include "agent/ConfigurationPatch.h"
 #include "agent/Document.h"
 #include "agent/LineReader.h"
 #include "agent/Printer.h"
@@ -22,14 +24,33 @@ L3IdSource sourceOf(const Options& options) {
   return source;
 }
 
+/// Patches in their order; an empty place stands for standard input, where they come line by line.
+using Patches = std::vector<std::optional<Document>>;
+
+/// All that are in files, so that one that cannot be read is refused before anything is done.
+Patches patchesOf(const Options& options) {
+  Patches patches;
+  for (const std::string& file : options.patchFiles) {
+    if (file == "-") {
+      patches.emplace_back();
+    } else {
+      Document patch = Document::read(file);
+      refuseUnlessPatch(patch);
+      patches.emplace_back(std::move(patch));
+    }
+  }
+  return patches;
+}
+
 class Run {
  public:
-  Run(const Options& options, Document configuration, L3IdSource source)
+  Run(const Options& options, Document configuration, L3IdSource source, Patches patches)
       : options_(options),
+        patches_(std::move(patches)),
         printer_(options.isJson),
         session_(std::move(configuration), std::move(source)) {
     session_.watch([this](const TableChange& change) { printer_.tellChange(change); });
-    if (!options.patchFiles.empty()) printer_.expectChanges();
+    if (!patches_.empty()) printer_.expectChanges();
   }
 
   [[nodiscard]] int exitCode();
@@ -42,6 +63,7 @@ class Run {
   void answer();
 
   const Options& options_;
+  const Patches patches_;
   Printer printer_;
   Session session_;
   bool isConsistent_ = true;
@@ -67,12 +89,12 @@ int Run::exitCode() {
 
 /// A state that is not consistent is left as it is.
 void Run::applyAll() {
-  for (const std::string& file : options_.patchFiles) {
+  for (const auto& patch : patches_) {
     if (!isConsistent_) return;
-    if (file == "-") {
-      applyLines();
+    if (patch) {
+      apply(*patch);
     } else {
-      apply(Document::read(file));
+      applyLines();
     }
   }
 }
@@ -120,7 +142,8 @@ int run(const Options& options) {
     Kob::TraceFacility::named(traceFacility).levelsUpToIs(*options.traceLevel);
   }
   Document configuration = Document::read(options.configFile);
-  return Run(options, std::move(configuration), sourceOf(options)).exitCode();
+  L3IdSource source = sourceOf(options);
+  return Run(options, std::move(configuration), std::move(source), patchesOf(options)).exitCode();
 }
 
 }  // namespace Agent

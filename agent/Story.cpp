@@ -130,7 +130,7 @@ Story Teller::ofPortWithoutVlan() const {
               textOf(session_.reservedRange()) + " is exhausted.",
           "To change that, give a wider range (--internal-vlans=LOW-HIGH) or a VLAN for it alone "
           "(--internal-vlan " +
-              name_ + "=VLAN), or take another port out of routing."};
+              name_ + "=VLAN), or free a VLAN of the range."};
 }
 
 std::string Teller::wish() const {
@@ -153,12 +153,17 @@ Story storyOf(IntfId id, const Session& session) {
     return Teller(entryOf(id, found->second, session.machine()), session).story();
   }
   if (const auto member = theSwitch.channelOf.find(id); member != theSwitch.channelOf.end()) {
-    return {name + " has no L3 id: it is a member of " + nameOf(member->second) +
-            ", which is the interface."};
+    const std::string channel = nameOf(member->second);
+    return {name + " has no L3 id: it is a member of " + channel + ", which is the interface.",
+            "To change that, the configuration has to take it out of " + channel +
+                " and make it an L3 interface."};
   }
   if (theSwitch.ports.contains(id)) {
     return {name + " has no L3 id: it is a port that is not routed.",
             "To change that, the configuration has to make it an L3 interface."};
+  }
+  if (theSwitch.loopbacks.contains(id)) {
+    return {name + " has no L3 id: it is a loopback, which never has one."};
   }
   return {};
 }

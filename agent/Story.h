@@ -13,8 +13,8 @@ namespace Agent {
 /// One sentence each, the verdict first.
 using Story = std::vector<std::string>;
 
-/// The story of an interface, of a port that is no L3 interface, or of a port channel's member;
-/// empty for a name that the session does not know.
+/// The story of an interface, of a port that is no L3 interface, of a port channel's member, or of
+/// a loopback; empty for a name that the session does not know.
 [[nodiscard]] Story storyOf(Plexo::IntfId id, const Session& session);
 
 /// Those who wish for the VLAN and do not have it, in the order in which it would pass to them.

@@ -59,6 +59,8 @@ struct Switch {
   std::map<Plexo::IntfId, SubInterface> subInterfaces;
   /// Member port to port channel.
   std::map<Plexo::IntfId, Plexo::IntfId> channelOf;
+  /// Interfaces that never have an L3 id.
+  std::set<Plexo::IntfId> loopbacks;
   /// Every VLAN number that the configuration uses or names in a VLAN interface.
   std::set<Bridging::VlanId> usedVlans;
 };

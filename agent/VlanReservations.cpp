@@ -79,11 +79,11 @@ void Reporter::reportUsed(const ReservationRules& rules, const std::map<IntfId, 
   }
 }
 
-/// The VLAN interfaces that wish for the VLAN.
+/// The VLAN interfaces that wish for the VLAN: those whose name tells it.
 std::vector<IntfId> Reporter::interfacesOf(VlanId vlan) const {
   std::vector<IntfId> interfaces;
   for (const auto& [id, number] : switch_.vlanInterfaces) {
-    if (number == vlan) interfaces.push_back(id);
+    if (number == vlan && vlanDigits(nameOf(id))) interfaces.push_back(id);
   }
   return interfaces;
 }

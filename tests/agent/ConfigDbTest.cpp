@@ -67,12 +67,30 @@ TEST(ConfigDb, KnowsPortChannelsByTheTableOfTheirInterfacesToo) {
   EXPECT_THAT(briefly(read.problems), IsEmpty());
 }
 
-TEST(ConfigDb, LeavesLoopbacksOut) {
-  const Configured read(
-      R"({"LOOPBACK_INTERFACE": {"Loopback0": {}, "Loopback0|10.0.0.1/32": {}}})");
+TEST(ConfigDb, KnowsLoopbacksButForManagementInterfaces) {
+  const Configured read(R"({"INTF_TABLE:lo:10.0.0.1/32": {}, "INTF_TABLE:eth0": {},
+                            "LOOPBACK_INTERFACE": {"a b": {}, "Loopback0|10.0.0.1/32": {}}})");
+  EXPECT_EQ(read.theSwitch.loopbacks, (std::set{Plexo::IntfId("Loopback0"), Plexo::IntfId("lo")}));
   EXPECT_THAT(l3Interfaces(read.theSwitch), IsEmpty());
   EXPECT_THAT(ports(read.theSwitch), IsEmpty());
   EXPECT_THAT(briefly(read.problems), IsEmpty());
+}
+
+TEST(ConfigDb, TakesVlanInterfacesForNoPortsWhereTheTablesOfPortsAreAbsent) {
+  const Configured read(
+      R"({"PORTCHANNEL_MEMBER": {"PortChannel1|Vlan10": {}, "Vlan10|Ethernet0": {}},
+      "VLAN": {"Vlan20": {}}, "VLAN_MEMBER": {"Vlan20|Vlan10": {}}})");
+  EXPECT_THAT(ports(read.theSwitch), IsEmpty());
+  EXPECT_THAT(briefly(read.problems),
+              ElementsAre("missingMember PORTCHANNEL_MEMBER PortChannel1|Vlan10",
+                          "missingPortChannel PORTCHANNEL_MEMBER Vlan10|Ethernet0",
+                          "missingMember VLAN_MEMBER Vlan20|Vlan10"));
+}
+
+TEST(ConfigDb, IgnoresSubInterfacesOfVlanInterfaces) {
+  const Configured read(R"({"VLAN": {"Vlan10": {}}, "VLAN_SUB_INTERFACE": {"Vlan10.1": {}}})");
+  EXPECT_THAT(l3Interfaces(read.theSwitch), IsEmpty());
+  EXPECT_THAT(briefly(read.problems), ElementsAre("wrongTable VLAN_SUB_INTERFACE Vlan10.1"));
 }
 
 TEST(ConfigDb, LeavesMembersOfPortChannelsOut) {
@@ -318,7 +336,9 @@ TEST(ConfigDb, DropsTheOuterVlanThatIsNone) {
                                                    "Ethernet0.5000": {}}})");
   EXPECT_THAT(subInterfaces(read.theSwitch), ElementsAre("Ethernet0.10 of Ethernet0 VLAN 0",
                                                          "Ethernet0.5000 of Ethernet0 VLAN 0"));
-  EXPECT_THAT(briefly(read.problems), ElementsAre("badVlanNumber VLAN_SUB_INTERFACE Ethernet0.10"));
+  EXPECT_THAT(briefly(read.problems),
+              ElementsAre("badVlanNumber VLAN_SUB_INTERFACE Ethernet0.10",
+                          "badVlanNumber VLAN_SUB_INTERFACE Ethernet0.5000"));
 }
 
 TEST(ConfigDb, ReportsSubInterfacesThatShareAnOuterVlan) {

@@ -57,13 +57,13 @@ TEST(ConfigurationPatch, NamesFileOperationAndPathOfWhatFails) {
   EXPECT_EQ(refusal(R"([{"op": "move", "from": "/PORT", "path": "/PORT/a"}])"),
             "p.json: operation 1 (move /PORT/a): a value cannot be moved into itself");
   EXPECT_EQ(refusal(R"([{"op": "remove", "path": ""}])"),
-            "p.json: operation 1 (remove ): the whole document cannot be removed");
+            "p.json: operation 1 (remove): the whole document cannot be removed");
 }
 
 TEST(ConfigurationPatch, IsRefusedWhereItIsNone) {
   EXPECT_EQ(refusal("{}"),
             "p.json: no JSON Patch: the document is an object; give a list of operations");
-  EXPECT_EQ(refusal("[7]"), "p.json: operation 1: it is 7");
+  EXPECT_EQ(refusal("[7]"), "p.json: operation 1: it is 7, not an object");
   EXPECT_EQ(refusal("[{}]"), "p.json: operation 1: it has no \"op\"");
   EXPECT_EQ(refusal(R"([{"op": "add"}])"), "p.json: operation 1 (add): it has no \"path\"");
   EXPECT_EQ(refusal(R"([{"op": "add", "path": 7}])"),
@@ -75,7 +75,8 @@ TEST(ConfigurationPatch, IsRefusedWhereItIsNone) {
   EXPECT_EQ(refusal(R"([{"op": "move", "path": "/a"}])"),
             "p.json: operation 1 (move /a): it has no \"from\"");
   EXPECT_EQ(refusal(R"([{"op": "merge", "path": "/a"}])"),
-            "p.json: operation 1 (merge /a): there is no operation of this name");
+            "p.json: operation 1 (merge /a): there is no operation \"merge\"; op is add, "
+            "remove, replace, move, copy or test");
   EXPECT_EQ(refusal(R"([{"op": "remove", "op": "add", "path": "/a"}])"),
             "p.json: no JSON Patch: the key \"op\" stands twice in one object");
 }

@@ -54,6 +54,12 @@ TEST(Document, IsRefusedForANumberThatDoesNotFit) {
             "f.json: line 1, column 6: not JSON: number overflow parsing '1e999'");
 }
 
+TEST(Document, IsRefusedForAZeroByteBehindTheText) {
+  EXPECT_EQ(refusalOfText(std::string("{}\n\0{}", 6)),
+            "f.json: line 2, column 1: not JSON: a zero byte; JSON is text, check what wrote the "
+            "file");
+}
+
 TEST(Document, NestsAsDeepAsTheLimit) {
   EXPECT_EQ(refusalOfText(nested(Document::deepest)), "");
   EXPECT_THAT(refusalOfText(nested(Document::deepest + 1)),

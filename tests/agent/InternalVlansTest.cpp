@@ -273,12 +273,16 @@ TEST(Apply, StopsAtAPatchThatCannotBeAppliedAndShowsWhatWas) {
 }
 
 TEST(Apply, ExitsWithTwoForPatchesThatAreNone) {
-  for (const char* file : {"/no/such/file", "CMakeLists.txt", leaf, "-"}) {
-    const auto run = runProgram({"lookup", "Vlan10", "--config", leaf, "--apply", file}, "x");
+  for (const char* file : {"/no/such/file", "CMakeLists.txt", leaf}) {
+    const auto run = runProgram({"show", "--config", leaf, "--apply", claim, "--apply", file});
     EXPECT_EQ(run.exitCode, 2) << file;
-    EXPECT_EQ(run.out, "9\n") << file;
+    EXPECT_EQ(run.out, "") << file;
     EXPECT_THAT(run.err, StartsWith("fyrl3: ")) << file;
   }
+  const auto line = runProgram({"lookup", "Vlan10", "--config", leaf, "--apply", "-"}, "x");
+  EXPECT_EQ(line.exitCode, 2);
+  EXPECT_EQ(line.out, "9\n");
+  EXPECT_THAT(line.err, StartsWith("fyrl3: standard input, line 1: line 1, column 1: not JSON: "));
   const auto directory = runProgramReading("examples", {"show", "--config", leaf, "--apply", "-"});
   EXPECT_EQ(directory.exitCode, 2);
   EXPECT_EQ(directory.err, "fyrl3: standard input: cannot be read: Is a directory\n");

@@ -119,6 +119,8 @@ TEST(OpenConfig, LeavesLoopbacksAndManagementInterfacesOut) {
       interface("system0", "softwareLoopback", ipv4) + "," +
       ethernet("Ethernet99", ipv4, R"("state": {"management": true})") + "," +
       interface("Tunnel1", "tunnel", ipv4));
+  EXPECT_EQ(read.theSwitch.loopbacks,
+            (std::set{Plexo::IntfId("Loopback0"), Plexo::IntfId("system0")}));
   EXPECT_THAT(l3Interfaces(read.theSwitch), IsEmpty());
   EXPECT_THAT(ports(read.theSwitch), IsEmpty());
   EXPECT_THAT(briefly(read.problems), IsEmpty());
@@ -213,6 +215,15 @@ TEST(OpenConfig, TakesASwitchedVlanThatSaysNothingForNone) {
                      ethernet("Ethernet2", ipv4, R"("ethernet": {"switched-vlan": {}})"));
   EXPECT_THAT(l3Interfaces(read.theSwitch), ElementsAre("Ethernet1 routed", "Ethernet2 routed"));
   EXPECT_THAT(briefly(read.problems), IsEmpty());
+}
+
+TEST(OpenConfig, IgnoresPortsWithTheNameOfAVlanInterface) {
+  const auto read =
+      withInterfaces(ethernet("Vlan5", ipv4) + "," + interface("Vlan6", "ieee8023adLag", ipv4));
+  EXPECT_THAT(l3Interfaces(read.theSwitch), IsEmpty());
+  EXPECT_THAT(ports(read.theSwitch), IsEmpty());
+  EXPECT_THAT(briefly(read.problems),
+              ElementsAre("wrongTable interfaces Vlan5", "wrongTable interfaces Vlan6"));
 }
 
 TEST(OpenConfig, NeverRoutesInternalInterfaces) {

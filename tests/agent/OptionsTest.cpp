@@ -56,7 +56,7 @@ TEST(Options, OfLookupMayFollowTheQuestion) {
 }
 
 TEST(Options, AreRefusedWithAReason) {
-  EXPECT_EQ(refusalOf({}), "A subcommand is required");
+  EXPECT_EQ(refusalOf({}), "no command is given; give show, lookup, verify or why");
   EXPECT_EQ(refusalOf({"show"}), "--config is required");
   EXPECT_EQ(refusalOf({"lookup", "--config", "f"}), "NAME|ID is required");
   EXPECT_EQ(refusalOf({"show", "--config", ""}), "--config: the name of the file is empty");
@@ -70,7 +70,16 @@ TEST(Options, AreRefusedWithAReason) {
   EXPECT_NE(refusalOf({"show", "--config", "f", "--config", "g"}), "");
   EXPECT_NE(refusalOf({"show", "--config", "f", "--strict=false"}), "");
   EXPECT_NE(refusalOf({"show", "lookup"}), "");
-  EXPECT_NE(refusalOf({"frobnicate"}), "");
+  EXPECT_EQ(refusalOf({"frob\x1b", "--config", "f"}),
+            "there is no command \"frob\\x1b\"; give show, lookup, verify or why");
+  EXPECT_EQ(refusalOf({"show", "--conf", "f"}), "not understood: --conf f");
+  EXPECT_EQ(refusalOf({"show", "--config", "f", "g"}), "not understood: g");
+  EXPECT_EQ(refusalOf({"--json", "show", "--config", "f"}), "not understood: --json");
+}
+
+TEST(Options, AreHelpedWithInTheWordsOfTheManual) {
+  EXPECT_THAT(helpOf({"--help"}), HasSubstr("Usage: fyrl3 [OPTIONS] COMMAND\n"));
+  EXPECT_THAT(helpOf({"--help"}), HasSubstr("\nCommands:\n  show  "));
 }
 
 TEST(Options, AskForInternalVlans) {
@@ -91,7 +100,7 @@ TEST(Options, AskForInternalVlans) {
 }
 
 TEST(Options, OfInternalVlansAreRefusedWithAReason) {
-  for (const char* range : {"1", "0-5", "1-4095", "9-5", "a-b", "-", "1-2-3", " 1-2", "true"}) {
+  for (const char* range : {"", "1", "0-5", "1-4095", "9-5", "a-b", "-", "1-2-3", " 1-2", "true"}) {
     const std::string option = "--internal-vlans=" + std::string(range);
     EXPECT_EQ(refusalOf({"show", "--config", "f", option.c_str()}),
               "--internal-vlans: \"" + std::string(range) +

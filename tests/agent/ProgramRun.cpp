@@ -114,6 +114,20 @@ ProgramRun runProgramInto(const std::string& path, const std::vector<std::string
   return {exitCode, "", err.content()};
 }
 
+ProgramRun runProgramWithout(int descriptor, const std::vector<std::string>& arguments) {
+  const ScratchFile in;
+  const ScratchFile out;
+  const ScratchFile err;
+  const pid_t child = start(arguments, [&] {
+    dup2(in.descriptor(), STDIN_FILENO);
+    dup2(out.descriptor(), STDOUT_FILENO);
+    dup2(err.descriptor(), STDERR_FILENO);
+    close(descriptor);
+  });
+  const int exitCode = exitCodeOf(child);
+  return {exitCode, out.content(), err.content()};
+}
+
 ProgramRun runProgramOnTerminal(const std::vector<std::string>& arguments, const char* terminal,
                                 const char* noColor) {
   const int controller = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);

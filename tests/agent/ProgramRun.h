@@ -22,6 +22,9 @@ ProgramRun runProgramReading(const std::string& path, const std::vector<std::str
 /// As runProgram(), with standard output going to the file at `path`; `out` stays empty.
 ProgramRun runProgramInto(const std::string& path, const std::vector<std::string>& arguments);
 
+/// As runProgram(), with one of the standard descriptors, 0 to 2, closed.
+ProgramRun runProgramWithout(int descriptor, const std::vector<std::string>& arguments);
+
 /// As runProgram(), with standard output and standard error on one terminal of the type `TERM`;
 /// `out` holds both. `noColor` becomes NO_COLOR.
 ProgramRun runProgramOnTerminal(const std::vector<std::string>& arguments, const char* terminal,

@@ -7,9 +7,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/agent/ProgramRun.h"
@@ -278,6 +282,19 @@ TEST(Program, TellsWhenItCannotWrite) {
   }
 }
 
+TEST(Program, NeverTakesAFileForAStandardDescriptorThatIsClosed) {
+  const std::vector<std::string> verify{"verify", "--config", leaf, "--apply", "-"};
+  const auto input = runProgramWithout(STDIN_FILENO, verify);
+  EXPECT_EQ(input.exitCode, 2);
+  EXPECT_EQ(input.err, "fyrl3: standard input: cannot be read: Bad file descriptor\n");
+  const auto output = runProgramWithout(STDOUT_FILENO, verify);
+  EXPECT_EQ(output.exitCode, 2);
+  EXPECT_EQ(output.err, "fyrl3: cannot write to standard output: Bad file descriptor\n");
+  const auto error = runProgramWithout(STDERR_FILENO, {"show", "--config", contradictions});
+  EXPECT_EQ(error.exitCode, 0);
+  EXPECT_THAT(error.out, StartsWith("INTERFACE "));
+}
+
 TEST(Program, ColoursOnATerminalOnly) {
   const std::vector<std::string> arguments{"show", "--config", contradictions};
   const auto terminal = runProgramOnTerminal(arguments, "xterm", "");
@@ -296,6 +313,52 @@ TEST(Program, ExitsWith130WhenInterrupted) {
   EXPECT_EQ(run.exitCode, 130);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, "");
+}
+
+/// A command that a document shows, and what it says that the program prints.
+struct Transcript {
+  std::vector<std::string> words;
+  std::string out;
+};
+
+/// The transcripts of a Markdown file: indented blocks that begin with "$ ", until the next one.
+std::vector<Transcript> transcriptsIn(const std::string& path) {
+  std::ifstream file(path);
+  std::vector<Transcript> transcripts;
+  bool isInside = false;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("    $ ")) {
+      std::istringstream words(line.substr(6));
+      transcripts.push_back({{std::istream_iterator<std::string>(words), {}}, ""});
+      isInside = true;
+    } else if (!line.empty() && !line.starts_with("    ")) {
+      isInside = false;
+    } else if (isInside) {
+      transcripts.back().out += (line.empty() ? line : line.substr(4)) + "\n";
+    }
+  }
+  return transcripts;
+}
+
+/// Blank lines part transcripts from each other.
+std::string withoutLineEnds(std::string text) {
+  while (text.ends_with('\n')) {
+    text.pop_back();
+  }
+  return text;
+}
+
+TEST(Program, PrintsWhatTheDocumentsShow) {
+  for (const auto& [path, count] : {std::pair{"README.md", 2U}, {"docs/host.md", 3U}}) {
+    const auto transcripts = transcriptsIn(path);
+    EXPECT_EQ(transcripts.size(), count) << path;
+    for (auto [words, out] : transcripts) {
+      words.erase(words.begin());
+      const std::vector<std::string> alone{"show", "--config", leaf};
+      EXPECT_EQ(withoutLineEnds(runProgram(words.empty() ? alone : words).out),
+                withoutLineEnds(out));
+    }
+  }
 }
 
 TEST(Program, NeverPrintsNamesRaw) {

@@ -17,7 +17,8 @@ constexpr const char* configuration = R"({
     "VLAN": {"Vlan007": {"vlanid": 7}, "Vlan3968": {}},
     "INTERFACE": {"Ethernet0": {}, "Ethernet4": {}, "Ethernet8": {}},
     "VLAN_SUB_INTERFACE": {"Ethernet12.1": {}},
-    "VLAN_INTERFACE": {"Vlan007": {}, "Vlan3968": {}}})";
+    "VLAN_INTERFACE": {"Vlan007": {}, "Vlan3968": {}},
+    "LOOPBACK_INTERFACE": {"Loopback0": {}, "Loopback0|10.0.0.1/32": {}}})";
 
 Session sessionOf(ReservationRules rules) {
   return {Document("c.json", configuration), {std::move(rules), std::nullopt}};
@@ -92,8 +93,8 @@ TEST(Story, OfAPortWithoutVlanBlamesTheRange) {
                    "Its entry in the bridging configuration has no native VLAN, because the range "
                    "4001-4001 is exhausted.",
                    "To change that, give a wider range (--internal-vlans=LOW-HIGH) or a VLAN for "
-                   "it alone (--internal-vlan Ethernet4=VLAN), or take another port out of "
-                   "routing."}));
+                   "it alone (--internal-vlan Ethernet4=VLAN), or free a VLAN of the "
+                   "range."}));
 }
 
 TEST(Story, OfOthersWithoutWishSaysWhatIsMissing) {
@@ -116,7 +117,12 @@ TEST(Story, OfWhatIsNoL3InterfaceSaysWhatItIs) {
                    "To change that, the configuration has to make it an L3 interface."}));
   EXPECT_EQ(storyOf("Ethernet16"_intf, session),
             (Story{"Ethernet16 has no L3 id: it is a member of PortChannel1, which is the "
-                   "interface."}));
+                   "interface.",
+                   "To change that, the configuration has to take it out of PortChannel1 and make "
+                   "it an L3 interface."}));
+  EXPECT_EQ(storyOf("Loopback0"_intf, session),
+            (Story{"Loopback0 has no L3 id: it is a loopback, which never has one."}));
+  EXPECT_EQ(storyOf("Loopback1"_intf, session), Story());
   EXPECT_EQ(storyOf("Ethernet20"_intf, session), Story());
   EXPECT_EQ(storyOf(Plexo::IntfId(), session), Story());
 }

@@ -185,5 +185,17 @@ TEST(VlanReservations, ReportAPinOnTheVlanOfAVlanInterface) {
   EXPECT_EQ(problems[0].done, "the one that holds it keeps it, the other waits");
 }
 
+TEST(VlanReservations, AreClaimedByNoVlanInterfaceWithoutStatusEntry) {
+  ReservationRules rules;
+  rules.pins = {{"Ethernet0"_intf, 10}};
+  VlanReservations reservations(rules);
+  const Configured read(R"({"INTERFACE": {"Ethernet0": {}}, "VLAN": {"Blue": {"vlanid": 10}},
+                            "VLAN_INTERFACE": {"Blue": {}}})");
+  Problems problems;
+  reservations.renew(read.theSwitch, "test.json", problems);
+  EXPECT_EQ(briefly(problems), (Texts{"usedReservation internal VLANs Ethernet0"}));
+  EXPECT_EQ(problems[0].done, "the port keeps it");
+}
+
 }  // namespace
 }  // namespace Agent
