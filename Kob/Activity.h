@@ -80,6 +80,11 @@ class KOB_EXPORT ActivityConfig : public Entity {
   explicit ActivityConfig(Name name);
   ~ActivityConfig() override;
 
+  /// The type "Kob::ActivityConfig".
+  static constexpr const char* kobTypeName = "Kob::ActivityConfig";
+  static KobType* _fwkType();
+  KobType* fwkType() const override;
+
   /// Whether reactors that run in this activity defer; false at start.
   [[nodiscard]] bool deferral() const noexcept { return sm_.deferral(); }
   /// Switches deferral; switching it off delivers what is pending.

@@ -21,6 +21,11 @@ class KOB_EXPORT Entity : public PtrInterface {
   explicit Entity(Name name);
   ~Entity() override;
 
+  /// The type "Kob::Entity": that of all entities.
+  static constexpr const char* kobTypeName = "Kob::Entity";
+  static KobType* _fwkType();
+  KobType* fwkType() const override;
+
   // Virtual operations, in slot order after those of PtrInterface.
 
   /// The name; shares the string.

@@ -19,6 +19,13 @@ class KOB_EXPORT Exception : public std::exception {
 
   static constexpr Id rangeError = 12;
   static constexpr Id nameInUse = 13;
+  // The refusals of the generic interface (Kob/GenericIfException.h).
+  static constexpr Id constInstance = 14;
+  static constexpr Id typeMismatch = 15;
+  static constexpr Id unknownArgument = 16;
+  static constexpr Id badIndex = 17;
+  static constexpr Id operationNotSupported = 18;
+  static constexpr Id unknownAttribute = 19;
 
   /// A set of kinds, empty when constructed.
   class KOB_EXPORT IdBitArray {

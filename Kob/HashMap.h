@@ -121,6 +121,9 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
   class IteratorConst;
   class Iterator;
 
+  using KeyType = Key;
+  using ValueType = Value;
+
   static constexpr bool holdsObjects = std::is_same_v<Value, Ptr<Entry>>;
 
   explicit HashMap(unsigned initialSize = defaultSize)
@@ -177,6 +180,12 @@ class HashMap<Entry, Key, Value>::IteratorConst {
   explicit IteratorConst(const HashMap* map)
       : map_(map),
         entry_(static_cast<Entry*>(map->findNextG(nullptr, cursor_))),
+        modificationCount_(map->modificationCount()) {}
+  /// Stands on the first entry that does not come before the key in iteration order: on that of the
+  /// key, if there is one.
+  IteratorConst(const HashMap* map, const Key& key)
+      : map_(map),
+        entry_(static_cast<Entry*>(map->startAtHash(&key, reversedHash(key), cursor_))),
         modificationCount_(map->modificationCount()) {}
 
   /// Whether the iterator stands on an entry.

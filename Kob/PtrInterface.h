@@ -126,6 +126,10 @@ class KOB_EXPORT PtrInterface : public VFPtrInterface {
 
   ~PtrInterface() override;
 
+  /// The type "Kob::PtrInterface": that of all objects.
+  static constexpr const char* kobTypeName = "Kob::PtrInterface";
+  static KobType* _fwkType();
+
  protected:
   PtrInterface() = default;
 };

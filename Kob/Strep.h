@@ -4,12 +4,19 @@
 // T(String8::IteratorConst& position, const String8::IteratorConst& end) that leaves `position`
 // behind what it took.
 
+#include <cstdint>
 #include <string>
 
 #include "Kob/Exception.h"
+#include "Kob/Export.h"
 #include "Kob/String8.h"
 
 namespace Kob {
+
+/// Takes a number, decimal or hexadecimal after 0x, as far as its digits go. Throws RangeException
+/// "no number at column N" when there is none, "number at column N is greater than MAX" when it is.
+KOB_EXPORT std::uint64_t strepToNumber(String8::IteratorConst& position,
+                                       const String8::IteratorConst& end, std::uint64_t max);
 
 /// Parses the whole of `text` as a T; the pointer only selects the type. Throws RangeException
 /// "junk at column N deserializing TEXT" when something is left after the value, N being the bytes

@@ -247,5 +247,58 @@ TYPED_TEST(HashMapWalk, TwoWalksRemovingInTurnsMeetEveryEntryOnceTogether) {
   expectHolds(pairs, {});
 }
 
+/// Every set of entries, and an iterator that starts at every key that there is, and at some that
+/// there are not.
+template <class Hash, class Visit>
+void forEachSetAndStart(const Visit& visit) {
+  const Numbers all = firstNumbers(most);
+  for (unsigned bits = 0; bits < (1U << most); ++bits) {
+    for (int start = -1; start <= most; ++start) {
+      SCOPED_TRACE("members " + std::to_string(bits) + ", start " + std::to_string(start));
+      const Numbers members = subset(all, bits);
+      Numbers order = members;
+      order.push_back(start);
+      order = inOrder<Hash>(order);
+      visit(members, start,
+            tail(inOrder<Hash>(members),
+                 static_cast<std::size_t>(std::find(order.begin(), order.end(), start) -
+                                          order.begin())));
+      if (testing::Test::HasFatalFailure()) return;
+    }
+  }
+}
+
+TYPED_TEST(HashMapWalk, MayStartAtAKeyOrAtTheFirstAfterIt) {
+  forEachSetAndStart<TypeParam>([](const Numbers& members, int start, const Numbers& expected) {
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, members);
+    Numbers visited;
+    typename Pairs<TypeParam>::IteratorConst it(&pairs, {start});
+    for (; it; ++it) visited.push_back(it.key().number);
+    ASSERT_EQ(visited, expected);
+    expectHolds(pairs, members);
+  });
+}
+
+TYPED_TEST(HashMapWalk, OneThatStartedAtAKeyFindsItsPlaceWhenTheCollectionChangesUnderIt) {
+  forEachSetAndStart<TypeParam>([](const Numbers& members, int start, const Numbers& expected) {
+    if (expected.empty()) return;
+    Pairs<TypeParam> pairs;
+    insertAll(pairs, members);
+    typename Pairs<TypeParam>::IteratorConst it(&pairs, {start});
+    const int place = it.key().number;
+    remove(pairs, place);
+    for (int number = most + 1; number < 40; ++number) insert(pairs, number);
+    Numbers later = firstNumbers(40);
+    std::erase_if(later, [&members](int number) {
+      return number <= most && std::find(members.begin(), members.end(), number) == members.end();
+    });
+    later = inOrder<TypeParam>(later);
+    Numbers visited;
+    for (++it; it; ++it) visited.push_back(it.key().number);
+    ASSERT_EQ(visited, Numbers(std::find(later.begin(), later.end(), place) + 1, later.end()));
+  });
+}
+
 }  // namespace
 }  // namespace KobTest
