@@ -2,7 +2,39 @@
 
 #include <utility>
 
+#include "Kob/Description.h"
+
 namespace Bridging {
+
+namespace {
+
+KOB_COLLECTION_LOOKUP(ConfigEntries, Config, switchIntfConfig);
+
+constexpr Kob::AttributeRow switchIntfConfigRows[] = {
+    Kob::readable<&SwitchIntfConfig::intfId>("intfId", SwitchIntfConfig::intfIdId,
+                                             {0x00220001, 0x00000400}, 0),
+    Kob::readable<&SwitchIntfConfig::switchportMode>(
+        "switchportMode", SwitchIntfConfig::switchportModeId, {0x00220001, 0x00000400}, 0),
+    Kob::readable<&SwitchIntfConfig::nativeVlan>("nativeVlan", SwitchIntfConfig::nativeVlanId,
+                                                 {0x00220001, 0x00000400}, 0),
+};
+constexpr Kob::Description switchIntfConfigDescription =
+    Kob::describedModel<SwitchIntfConfig>(switchIntfConfigRows);
+
+constexpr Kob::AttributeRow configRows[] = {
+    Kob::collection<ConfigEntries>("switchIntfConfig", Config::switchIntfConfigId,
+                                   {0x01A20103, 0x00000400}, 2),
+};
+constexpr Kob::Description configDescription = Kob::describedModel<Config>(configRows);
+
+constexpr const Kob::Description* types[] = {&switchIntfConfigDescription, &configDescription};
+constinit Kob::TypeInitialiser initialiser("Bridging", types);
+[[maybe_unused]] const bool loaded = initialiser.load(types);
+
+}  // namespace
+
+KOB_MODEL_TYPE(SwitchIntfConfig, switchIntfConfigDescription, initialiser);
+KOB_MODEL_TYPE(Config, configDescription, initialiser);
 
 SwitchIntfConfig::SwitchIntfConfig(Plexo::IntfId intfId, SwitchportMode mode, VlanId nativeVlan)
     : Entity(intfId.name()), intfId_(intfId), switchportMode_(mode), nativeVlan_(nativeVlan) {}

@@ -9,6 +9,7 @@
 #include "Kob/Entity.h"
 #include "Kob/Export.h"
 #include "Kob/Notifier.h"
+#include "Kob/Type.h"
 #include "platform/IntfId.h"
 #include "platform/VlanId.h"
 
@@ -24,10 +25,19 @@ class KOB_EXPORT SwitchIntfConfig : public Kob::Entity {
   class NotifieeConst;
 
   static constexpr Kob::AttributeId switchportModeAndNativeVlanId = 258;
+  static constexpr Kob::AttributeId intfIdId = 259;
+  static constexpr Kob::AttributeId switchportModeId = 260;
+  static constexpr Kob::AttributeId nativeVlanId = 261;
 
   /// Mode 0 and no native VLAN.
   explicit SwitchIntfConfig(Plexo::IntfId intfId, SwitchportMode mode = {}, VlanId nativeVlan = {});
   ~SwitchIntfConfig() override;
+
+  /// The type "Bridging::SwitchIntfConfig"; what it publishes can be read.
+  static constexpr const char* kobTypeName = "Bridging::SwitchIntfConfig";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+  static const Kob::Description& kobDescription();
 
   /// The interface; the name of the entity is its name.
   [[nodiscard]] Plexo::IntfId intfId() const noexcept { return intfId_; }
@@ -80,6 +90,12 @@ class KOB_EXPORT Config : public Kob::Entity {
 
   explicit Config(Kob::Name name);
   ~Config() override;
+
+  /// The type "Bridging::Config"; what it publishes can be read.
+  static constexpr const char* kobTypeName = "Bridging::Config";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+  static const Kob::Description& kobDescription();
 
   /// The entries, by interface. A new or removed entry is one change, and its key is announced
   /// (`onSwitchIntfConfig(intfId)`); a change within an entry is the entry's own to announce.

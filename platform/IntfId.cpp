@@ -5,11 +5,13 @@
 #include <deque>
 #include <optional>
 #include <ostream>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 
 #include "Kob/Assert.h"
 #include "Kob/Exception.h"
+#include "Kob/GenericValue.h"
 
 namespace Plexo {
 
@@ -100,6 +102,14 @@ std::optional<std::uint16_t> vlanNumber(std::string_view name) {
 }  // namespace
 
 IntfId::IntfId(const Kob::String8& name) { handleInitialized(name); }
+
+IntfId::IntfId(Kob::String8::IteratorConst& position, const Kob::String8::IteratorConst& end) {
+  std::string name;
+  for (; !(position == end); ++position) name += *position;
+  handleInitialized(Kob::String8(name));
+}
+
+Kob::KobType* IntfId::_fwkType() { return Kob::valueType<IntfId>(); }
 
 void IntfId::handleInitialized(const Kob::String8& name) {
   if (!isName(name.view())) {

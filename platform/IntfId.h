@@ -17,6 +17,7 @@
 #include "Kob/BitReverse.h"
 #include "Kob/Export.h"
 #include "Kob/String8.h"
+#include "Kob/Type.h"
 
 namespace Plexo {
 
@@ -37,6 +38,13 @@ class KOB_EXPORT IntfId {
 
   IntfId(const char* name)  // NOLINT(google-explicit-constructor): names are identifiers
       : IntfId(Kob::String8(name)) {}
+
+  /// From text: all of it is the name. Throws as the constructor from a name.
+  IntfId(Kob::String8::IteratorConst& position, const Kob::String8::IteratorConst& end);
+
+  /// The type "Plexo::IntfId".
+  static constexpr const char* kobTypeName = "Plexo::IntfId";
+  static Kob::KobType* _fwkType();
 
   /// Gives the identifier the interface named; what the constructor does after clearing it.
   void handleInitialized(const Kob::String8& name);

@@ -7,6 +7,8 @@
 #include <iosfwd>
 
 #include "Kob/Export.h"
+#include "Kob/String8.h"
+#include "Kob/Type.h"
 
 namespace FyrL3Intf {
 
@@ -17,6 +19,13 @@ class KOB_EXPORT L3Id {
   /// The identifier of this value; a VLAN number goes into the low word.
   constexpr explicit L3Id(std::uint64_t value) noexcept
       : low_(static_cast<std::uint32_t>(value)), high_(static_cast<std::uint32_t>(value >> 32U)) {}
+
+  /// From text: a number of up to 64 bits, decimal or hexadecimal after 0x.
+  L3Id(Kob::String8::IteratorConst& position, const Kob::String8::IteratorConst& end);
+
+  /// The type "FyrL3Intf::L3Id".
+  static constexpr const char* kobTypeName = "FyrL3Intf::L3Id";
+  static Kob::KobType* _fwkType();
 
   [[nodiscard]] constexpr std::uint64_t value() const noexcept {
     return (std::uint64_t{high_} << 32U) | low_;

@@ -2,7 +2,33 @@
 
 #include <utility>
 
+#include "Kob/Description.h"
+
 namespace FyrL3Intf {
+
+namespace {
+
+KOB_COLLECTION_LOOKUP(DirEntries, L3IndexDir, l3Index);
+
+constexpr Kob::AttributeRow l3IndexRows[] = {
+    Kob::readable<&L3Index::intfId>("intfId", L3Index::intfIdId, {0x00220001, 0x00000400}, 0),
+    Kob::readable<&L3Index::l3Id>("l3Id", L3Index::l3IdId, {0x00220001, 0x00000400}, 0),
+};
+constexpr Kob::Description l3IndexDescription = Kob::describedModel<L3Index>(l3IndexRows);
+
+constexpr Kob::AttributeRow dirRows[] = {
+    Kob::collection<DirEntries>("l3Index", L3IndexDir::l3IndexId, {0x01A20103, 0x00000400}, 2),
+};
+constexpr Kob::Description dirDescription = Kob::describedModel<L3IndexDir>(dirRows);
+
+constexpr const Kob::Description* types[] = {&l3IndexDescription, &dirDescription};
+constinit Kob::TypeInitialiser initialiser("FyrL3Intf", types);
+[[maybe_unused]] const bool loaded = initialiser.load(types);
+
+}  // namespace
+
+KOB_MODEL_TYPE(L3Index, l3IndexDescription, initialiser);
+KOB_MODEL_TYPE(L3IndexDir, dirDescription, initialiser);
 
 L3Index::L3Index(Plexo::IntfId intfId, const L3Id& l3Id)
     : Entity(intfId.name()), intfId_(intfId), l3Id_(l3Id) {}

@@ -7,6 +7,7 @@
 #include "Kob/Entity.h"
 #include "Kob/Export.h"
 #include "Kob/Notifier.h"
+#include "Kob/Type.h"
 #include "platform/IntfId.h"
 #include "platform/L3Id.h"
 
@@ -15,8 +16,17 @@ namespace FyrL3Intf {
 /// The identifier of one interface. Owned by its directory; may be held longer.
 class KOB_EXPORT L3Index : public Kob::Entity {
  public:
+  static constexpr Kob::AttributeId intfIdId = 258;
+  static constexpr Kob::AttributeId l3IdId = 259;
+
   L3Index(Plexo::IntfId intfId, const L3Id& l3Id);
   ~L3Index() override;
+
+  /// The type "FyrL3Intf::L3Index"; what it publishes can be read.
+  static constexpr const char* kobTypeName = "FyrL3Intf::L3Index";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+  static const Kob::Description& kobDescription();
 
   /// The interface; the name of the entity is its name.
   [[nodiscard]] Plexo::IntfId intfId() const noexcept { return intfId_; }
@@ -41,6 +51,12 @@ class KOB_EXPORT L3IndexDir : public Kob::Entity {
 
   explicit L3IndexDir(Kob::Name name);
   ~L3IndexDir() override;
+
+  /// The type "FyrL3Intf::L3IndexDir"; what it publishes can be read.
+  static constexpr const char* kobTypeName = "FyrL3Intf::L3IndexDir";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+  static const Kob::Description& kobDescription();
 
   /// The entries, by interface. A new, changed or removed entry is one change, and its key is
   /// announced (`onL3Index(intfId)`).

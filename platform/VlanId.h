@@ -7,6 +7,8 @@
 #include <iosfwd>
 
 #include "Kob/Export.h"
+#include "Kob/String8.h"
+#include "Kob/Type.h"
 #include "platform/L3Id.h"
 
 namespace Bridging {
@@ -25,6 +27,12 @@ class KOB_EXPORT VlanId {
   VlanId(std::uint16_t value);  // NOLINT(google-explicit-constructor): numbers are VLANs
   /// As from the number; none throws likewise.
   explicit VlanId(VlanIdOrNone vlanId);
+  /// From text: a number, with its range check.
+  VlanId(Kob::String8::IteratorConst& position, const Kob::String8::IteratorConst& end);
+
+  /// The type "Bridging::VlanId".
+  static constexpr const char* kobTypeName = "Bridging::VlanId";
+  static Kob::KobType* _fwkType();
 
   [[nodiscard]] constexpr std::uint16_t value() const noexcept { return value_; }
   [[nodiscard]] constexpr std::uint32_t hash() const noexcept { return value_; }
@@ -51,6 +59,12 @@ class KOB_EXPORT VlanIdOrNone {
   /// The low 16 bits of the identifier's low word, whatever the rest, with the range check of a
   /// number.
   explicit VlanIdOrNone(const FyrL3Intf::L3Id& l3Id);
+  /// From text: a number, with its range check.
+  VlanIdOrNone(Kob::String8::IteratorConst& position, const Kob::String8::IteratorConst& end);
+
+  /// The type "Bridging::VlanIdOrNone".
+  static constexpr const char* kobTypeName = "Bridging::VlanIdOrNone";
+  static Kob::KobType* _fwkType();
 
   [[nodiscard]] constexpr std::uint16_t value() const noexcept { return value_; }
   /// Whether it is a VLAN.

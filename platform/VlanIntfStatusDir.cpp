@@ -2,7 +2,33 @@
 
 #include <utility>
 
+#include "Kob/Description.h"
+
 namespace Interface {
+
+namespace {
+
+KOB_COLLECTION_LOOKUP(DirEntries, VlanIntfStatusDir, intfStatus);
+
+constexpr Kob::AttributeRow intfStatusRows[] = {
+    Kob::readable<&IntfStatus::intfId>("intfId", IntfStatus::intfIdId, {0x00220001, 0x00000400}, 0),
+};
+constexpr Kob::Description intfStatusDescription = Kob::describedModel<IntfStatus>(intfStatusRows);
+
+constexpr Kob::AttributeRow dirRows[] = {
+    Kob::collection<DirEntries>("intfStatus", VlanIntfStatusDir::intfStatusId,
+                                {0x01A20103, 0x00000400}, 2),
+};
+constexpr Kob::Description dirDescription = Kob::describedModel<VlanIntfStatusDir>(dirRows);
+
+constexpr const Kob::Description* types[] = {&intfStatusDescription, &dirDescription};
+constinit Kob::TypeInitialiser initialiser("Interface", types);
+[[maybe_unused]] const bool loaded = initialiser.load(types);
+
+}  // namespace
+
+KOB_MODEL_TYPE(IntfStatus, intfStatusDescription, initialiser);
+KOB_MODEL_TYPE(VlanIntfStatusDir, dirDescription, initialiser);
 
 IntfStatus::IntfStatus(Plexo::IntfId intfId) : Entity(intfId.name()), intfId_(intfId) {}
 IntfStatus::~IntfStatus() = default;

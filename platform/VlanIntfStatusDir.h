@@ -7,6 +7,7 @@
 #include "Kob/Entity.h"
 #include "Kob/Export.h"
 #include "Kob/Notifier.h"
+#include "Kob/Type.h"
 #include "platform/IntfId.h"
 
 namespace Interface {
@@ -14,8 +15,16 @@ namespace Interface {
 /// The status of one interface. Owned by its directory; may be held longer.
 class KOB_EXPORT IntfStatus : public Kob::Entity {
  public:
+  static constexpr Kob::AttributeId intfIdId = 258;
+
   explicit IntfStatus(Plexo::IntfId intfId);
   ~IntfStatus() override;
+
+  /// The type "Interface::IntfStatus"; what it publishes can be read.
+  static constexpr const char* kobTypeName = "Interface::IntfStatus";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+  static const Kob::Description& kobDescription();
 
   /// The interface; the name of the entity is its name.
   [[nodiscard]] Plexo::IntfId intfId() const noexcept { return intfId_; }
@@ -53,6 +62,12 @@ class KOB_EXPORT VlanIntfStatusDir : public IntfStatusDirBase {
 
   explicit VlanIntfStatusDir(Kob::Name name);
   ~VlanIntfStatusDir() override;
+
+  /// The type "Interface::VlanIntfStatusDir"; what it publishes can be read.
+  static constexpr const char* kobTypeName = "Interface::VlanIntfStatusDir";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+  static const Kob::Description& kobDescription();
 
   /// The entries, by interface. A new or removed entry is one change, and its key is announced
   /// (`onIntfStatus(intfId)`).
