@@ -3,6 +3,7 @@
 #include <ostream>
 #include <sstream>
 
+#include "FyrL3Intf/FyrL3IntfSmPublished.h"
 #include "Kob/Exception.h"
 #include "Kob/Trace.h"
 
@@ -36,7 +37,119 @@ Bridging::VlanIdOrNone configuredWish(const Bridging::SwitchIntfConfig& config) 
 /// The identifier by which a VLAN, or none, shows in the table.
 L3Id platformId(Bridging::VlanIdOrNone vlanId) { return L3Id(vlanId.value()); }
 
+// The names of the published types, for loaders that do not run the library: each with its NUL, in
+// a section that neither strip nor the linker's garbage collection takes away.
+[[gnu::section(".kob.type"), gnu::used, gnu::retain]] constexpr char typeNames[] =
+    "FyrL3Intf::ConfigSm\0"
+    "FyrL3Intf::SwitchIntfConfigSm\0"
+    "FyrL3Intf::ConfigSm::IntfSet\0"
+    "FyrL3Intf::Table";
+static_assert(sizeof typeNames == 96);
+
+constexpr const Kob::Description* types[] = {&Published::switchIntfConfigSmDescription,
+                                             &Published::configSmDescription};
+constexpr const Kob::Description* nodes[] = {&Published::intfSetDescription,
+                                             &Published::switchIntfConfigSmDescription,
+                                             &Published::configSmDescription};
+constinit Kob::TypeInitialiser initialiser("FyrL3Intf", types);
+[[maybe_unused]] const bool loaded = initialiser.load(nodes);
+
 }  // namespace
+
+void kobInitFyrL3IntfSm() { initialiser.describe(); }
+
+// ---------------------------------------------------------------------------------------------
+// Type objects and generic interfaces
+
+Kob::KobType* SwitchIntfConfigSm::_fwkType() {
+  static constinit Kob::TypePointer pointer;
+  return pointer.get(kobInitFyrL3IntfSm, [] { return new _Type; });
+}
+
+Kob::KobType* ConfigSm::IntfSet::_fwkType() {
+  static constinit Kob::TypePointer pointer;
+  return pointer.get(kobInitFyrL3IntfSm, [] { return new _Type; });
+}
+
+Kob::KobType* ConfigSm::_fwkType() {
+  static constinit Kob::TypePointer pointer;
+  return pointer.get(kobInitFyrL3IntfSm, [] {
+    auto* const type = new _Type;
+    type->hasFactoryIs(true);
+    return type;
+  });
+}
+
+Kob::KobType* SwitchIntfConfigSm::fwkType() const { return _fwkType(); }
+Kob::KobType* ConfigSm::fwkType() const { return _fwkType(); }
+
+SwitchIntfConfigSm::_Type::_Type() : DescribedObjectType(Kob::PtrInterface::_fwkType()) {}
+SwitchIntfConfigSm::_Type::~_Type() = default;
+std::span<Kob::KobAttr* const> SwitchIntfConfigSm::_Type::attributeHandles() noexcept {
+  return Published::switchIntfConfigSmHandles;
+}
+
+ConfigSm::_Type::_Type() : DescribedObjectType(Kob::PtrInterface::_fwkType()) {}
+ConfigSm::_Type::~_Type() = default;
+std::span<Kob::KobAttr* const> ConfigSm::_Type::attributeHandles() noexcept {
+  return Published::configSmHandles;
+}
+
+ConfigSm::IntfSet::_Type::_Type() : ValueType(IntfSet::kobTypeName) {}
+ConfigSm::IntfSet::_Type::~_Type() = default;
+Kob::Ptr<Kob::GenericIf> ConfigSm::IntfSet::_Type::genericIf(const Kob::GenericIf* list,
+                                                             bool readOnly) {
+  const auto made = GenericIf_::genericIfListConstructor(Kob::Ptr(list));
+  return Kob::generic(*Kob::valueIn<IntfSet>(made.get()), readOnly);
+}
+
+SwitchIntfConfigSm::GenericIf_::GenericIf_(const Kob::Ptr<SwitchIntfConfigSm>& machine,
+                                           bool readOnly)
+    : Described(machine, readOnly) {}
+SwitchIntfConfigSm::GenericIf_::~GenericIf_() = default;
+const Kob::Description& SwitchIntfConfigSm::GenericIf_::description() {
+  return Published::switchIntfConfigSmDescription;
+}
+Kob::Ptr<Kob::GenericIf> SwitchIntfConfigSm::GenericIf_::genericIfListConstructor(
+    const Kob::Ptr<const GenericIf>& list) {
+  return Kob::generic(Kob::constructFromList<&Published::machineOf>(list, description()));
+}
+bool SwitchIntfConfigSm::GenericIf_::hasNotificationActiveIs(bool active) {
+  return modified().hasNotificationActiveIs(active);
+}
+bool SwitchIntfConfigSm::GenericIf_::kobDoZombieReactors(bool zombie) {
+  return modified().kobDoZombieReactors(zombie);
+}
+
+ConfigSm::GenericIf_::GenericIf_(const Kob::Ptr<ConfigSm>& machine, bool readOnly)
+    : Described(machine, readOnly) {}
+ConfigSm::GenericIf_::~GenericIf_() = default;
+const Kob::Description& ConfigSm::GenericIf_::description() {
+  return Published::configSmDescription;
+}
+Kob::Ptr<Kob::GenericIf> ConfigSm::GenericIf_::genericIfListConstructor(
+    const Kob::Ptr<const GenericIf>& list) {
+  return Kob::generic(Kob::constructFromList<&Published::configSmOf>(list, description()));
+}
+bool ConfigSm::GenericIf_::hasNotificationActiveIs(bool active) {
+  return modified().hasNotificationActiveIs(active);
+}
+bool ConfigSm::GenericIf_::kobDoZombieReactors(bool zombie) {
+  return modified().kobDoZombieReactors(zombie);
+}
+
+ConfigSm::IntfSet::GenericIf_::GenericIf_(const IntfSet& set, bool readOnly)
+    : Described(set, readOnly) {}
+ConfigSm::IntfSet::GenericIf_::~GenericIf_() = default;
+const Kob::Description& ConfigSm::IntfSet::GenericIf_::description() {
+  return Published::intfSetDescription;
+}
+Kob::Ptr<Kob::GenericIf> ConfigSm::IntfSet::GenericIf_::genericIfListConstructor(
+    const Kob::Ptr<const GenericIf>& list) {
+  const auto makeEmpty = [] { return IntfSet(); };
+  return Kob::generic(Kob::applyList<std::tuple<>>(
+      Kob::listOf(list.get(), description().constructorRefusal), {}, "IntfSet", makeEmpty));
+}
 
 // ---------------------------------------------------------------------------------------------
 // The interface set

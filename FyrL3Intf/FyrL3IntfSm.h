@@ -23,10 +23,12 @@
 // which ends fatally or leaves its wish standing.
 
 #include <iosfwd>
+#include <span>
 
 #include "FyrL3Intf/FyrL3IntfTable.h"
 #include "Kob/AccessorFamily.h"
 #include "Kob/Activity.h"
+#include "Kob/Description.h"
 #include "Kob/Export.h"
 #include "Kob/Reactor.h"
 #include "Kob/Strep.h"
@@ -58,6 +60,14 @@ class KOB_EXPORT SwitchIntfConfigSm : public Kob::PtrInterface {
     void switchIntfConfigSmIs(SwitchIntfConfigSm* owner) noexcept { ownerIs(owner); }
     void renewed() { owner()->handleSwitchportModeAndNativeVlan(); }
   };
+
+  class GenericIf_;
+  class _Type;
+
+  /// The type "FyrL3Intf::SwitchIntfConfigSm".
+  static constexpr const char* kobTypeName = "FyrL3Intf::SwitchIntfConfigSm";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
 
   /// Makes a machine, which states its wish, and switches its notifications on.
   static Kob::Ptr<SwitchIntfConfigSm> SwitchIntfConfigSmIs(
@@ -122,11 +132,28 @@ KOB_EXPORT std::ostream& operator<<(std::ostream& stream, const SwitchIntfConfig
 
 class KOB_EXPORT ConfigSm : public Kob::PtrInterface {
  public:
+  class GenericIf_;
+  class _Type;
+
+  /// The type "FyrL3Intf::ConfigSm".
+  static constexpr const char* kobTypeName = "FyrL3Intf::ConfigSm";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+
   /// The ports that wish for one VLAN: a set of interfaces, each with a value that says whether it
   /// is a member. An entry whose value is false is an entry all the same. Copies are deep and
   /// iterate in the order of their source.
   class KOB_EXPORT IntfSet {
    public:
+    class GenericIf_;
+    class _Type;
+
+    /// The type "FyrL3Intf::ConfigSm::IntfSet".
+    static constexpr const char* kobTypeName = "FyrL3Intf::ConfigSm::IntfSet";
+    static Kob::KobType* _fwkType();
+
+    static constexpr Kob::AttributeId memberId = 2;
+
     class KobMember final : public Kob::HashMapEntry<KobMember, Plexo::IntfId, bool> {
      public:
       using HashMapEntry::HashMapEntry;
@@ -376,6 +403,95 @@ KOB_EXPORT std::ostream& operator<<(std::ostream& stream, const ConfigSm* machin
 KOB_EXPORT Kob::String8 valueToStrep(const ConfigSm::IntfSet& set);
 KOB_EXPORT std::ostream& operator<<(std::ostream& stream, const ConfigSm::IntfSet& set);
 
+/// The set as tools see it: its members by key. Holds its own copy.
+class KOB_EXPORT ConfigSm::IntfSet::GenericIf_ final
+    : public Kob::Described<ConfigSm::IntfSet::GenericIf_, Kob::GenericValue<ConfigSm::IntfSet>,
+                            ConfigSm::IntfSet> {
+ public:
+  GenericIf_(const IntfSet& set, bool readOnly);
+  ~GenericIf_() override;
+
+  static const Kob::Description& description();
+  /// An empty set from an empty list. Throws TypeException "Kob::GenericIf::List_" for what is no
+  /// list, UnknownArgumentException "IntfSet" for any element.
+  static Kob::Ptr<GenericIf> genericIfListConstructor(const Kob::Ptr<const GenericIf>& list);
+};
+
+/// The type object of sets. Making one from text is fatal, as the parsing constructor is.
+class KOB_EXPORT ConfigSm::IntfSet::_Type final : public Kob::ValueType<ConfigSm::IntfSet> {
+ public:
+  _Type();
+  ~_Type() override;
+  using ValueType::genericIf;
+  Kob::Ptr<Kob::GenericIf> genericIf(const Kob::GenericIf* list, bool readOnly) override;
+};
+
+/// The machine of one interface as tools see it. Keeps the machine alive, but not its owner: it
+/// must not be used once the owner has gone.
+class KOB_EXPORT SwitchIntfConfigSm::GenericIf_ final
+    : public Kob::Described<SwitchIntfConfigSm::GenericIf_, Kob::GenericIfPtrInterface,
+                            SwitchIntfConfigSm> {
+ public:
+  /// REQUIRES: a machine; null is fatal.
+  GenericIf_(const Kob::Ptr<SwitchIntfConfigSm>& machine, bool readOnly);
+  ~GenericIf_() override;
+
+  static const Kob::Description& description();
+  /// The machine of an entry from a list of `switchIntfConfig`, `configSm`: made, and put into its
+  /// owner's collection, as ConfigSm::switchIntfConfigSmIs does. Throws TypeException "List" for
+  /// what is no list, TypeException naming a parameter, UnknownArgumentException
+  /// "SwitchIntfConfigSm".
+  static Kob::Ptr<GenericIf> genericIfListConstructor(const Kob::Ptr<const GenericIf>& list);
+
+  /// Switch the machine. A read-only wrapper throws ConstException.
+  bool hasNotificationActiveIs(bool active) override;
+  bool kobDoZombieReactors(bool zombie) override;
+};
+
+class KOB_EXPORT SwitchIntfConfigSm::_Type final
+    : public Kob::DescribedObjectType<SwitchIntfConfigSm> {
+ public:
+  _Type();
+  ~_Type() override;
+  /// The handles of the registered attributes, in the order of their registration; null until the
+  /// type is described.
+  static std::span<Kob::KobAttr* const> attributeHandles() noexcept;
+};
+
+/// The state machine as tools see it: its attributes by name and id (Kob/GenericIf.h). An entry of
+/// `switchIntfConfigSm` is written with the interface as key and a list that holds the
+/// configuration entry as value. Keeps the machine alive.
+class KOB_EXPORT ConfigSm::GenericIf_ final
+    : public Kob::Described<ConfigSm::GenericIf_, Kob::GenericIfPtrInterface, ConfigSm> {
+ public:
+  /// REQUIRES: a machine; null is fatal.
+  GenericIf_(const Kob::Ptr<ConfigSm>& machine, bool readOnly);
+  ~GenericIf_() override;
+
+  static const Kob::Description& description();
+  /// A new machine from a list of the factory's arguments; inputs may be null, but for `config`.
+  /// Throws TypeException "List" for what is no list, TypeException naming a parameter,
+  /// UnknownArgumentException "ConfigSm".
+  static Kob::Ptr<GenericIf> genericIfListConstructor(const Kob::Ptr<const GenericIf>& list);
+
+  /// Switch the machine. A read-only wrapper throws ConstException.
+  bool hasNotificationActiveIs(bool active) override;
+  bool kobDoZombieReactors(bool zombie) override;
+};
+
+class KOB_EXPORT ConfigSm::_Type final : public Kob::DescribedObjectType<ConfigSm> {
+ public:
+  _Type();
+  ~_Type() override;
+  /// The handles of the registered attributes, in the order of their registration, with a null for
+  /// the nested type; all null until the type is described.
+  static std::span<Kob::KobAttr* const> attributeHandles() noexcept;
+};
+
+/// Describes the types of FyrL3IntfSm.cpp to the framework; runs when the library is loaded. The
+/// second time, and while introspection is not active, it does nothing.
+KOB_EXPORT void kobInitFyrL3IntfSm();
+
 /// Creates the state machine, which brings the table in line with its inputs before this returns.
 /// `config` must be set (a missing one is fatal), the other inputs may be null; `fyrL3IntfTable`
 /// must hold nothing that the L3 index directory holds. Exceptions of the first resynchronisation
@@ -387,3 +503,5 @@ KOB_EXPORT Kob::Ptr<ConfigSm> configSmFactory(
     bool internalVlanNeeded);
 
 }  // namespace FyrL3Intf
+
+using FyrL3Intf::kobInitFyrL3IntfSm;

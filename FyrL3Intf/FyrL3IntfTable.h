@@ -12,7 +12,10 @@
 // Everything belongs to the framework's thread. Notifiees may read or change the table, and join or
 // leave it, from inside their callbacks (see Kob/Notifier.h for what a change does to the walk).
 
+#include <span>
+
 #include "Kob/AccessorFamily.h"
+#include "Kob/Description.h"
 #include "Kob/Entity.h"
 #include "Kob/Export.h"
 #include "Kob/Notifier.h"
@@ -25,6 +28,8 @@ class KOB_EXPORT Table : public Kob::Entity {
  public:
   class NotifieeConst;
   class Notifiee;
+  class GenericIf_;
+  class _Type;
 
   /// Ids of the published attributes. That of `intfL3Index` is also the one under which a notifiee
   /// hears that its callback threw.
@@ -37,6 +42,13 @@ class KOB_EXPORT Table : public Kob::Entity {
   /// An empty table. Throws std::bad_alloc when memory runs out.
   Table(Kob::Name name, bool internalVlanNeeded);
   ~Table() override;
+
+  /// The type "FyrL3Intf::Table".
+  static constexpr const char* kobTypeName = "FyrL3Intf::Table";
+  static Kob::KobType* _fwkType();
+  Kob::KobType* fwkType() const override;
+  /// The name of a published attribute; for other ids what every entity answers.
+  Kob::String8 attributeString(Kob::AttributeId id) const override;
 
   /// Whether the platform needs internal VLANs for routed ports. Stored and published; the table
   /// itself does not look at it.
@@ -90,6 +102,7 @@ class KOB_EXPORT Table::NotifieeConst
 
   /// The key of the latest notification that a deferring reactor recorded here; empty at first.
   [[nodiscard]] Plexo::IntfId intfL3IndexPendingKey() const noexcept { return pendingKey_; }
+  void intfL3IndexPendingKeyIs(Plexo::IntfId intfId) noexcept { pendingKey_ = intfId; }
 
  protected:
   NotifieeConst() = default;
@@ -104,7 +117,88 @@ class KOB_EXPORT Table::Notifiee : public Table::NotifieeConst {
   ~Notifiee() override;
 };
 
+/// The table as tools see it: its attributes by name and id (Kob/GenericIf.h). Passes changes of
+/// `intfL3Index` on to its generic listeners, with the interface as key; at once, or deferred when
+/// it was given an activity. Several changes that were deferred arrive as one, with the last key:
+/// the other keys are not told. Keeps the table alive.
+class KOB_EXPORT Table::GenericIf_ final
+    : public Kob::Described<Table::GenericIf_, Kob::GenericIfEntity, Table> {
+ public:
+  class GenericIf_Adapter_;
+
+  /// REQUIRES: a table; null is fatal.
+  GenericIf_(const Kob::Ptr<Table>& table, bool readOnly);
+  ~GenericIf_() override;
+
+  static const Kob::Description& description();
+  /// A new table from a list of its constructor's arguments: `name`, `internalVlanNeeded`. Throws
+  /// TypeException "List" for no list and "Kob::GenericIf::List_" for what is none, TypeException
+  /// naming a parameter, UnknownArgumentException "Table".
+  static Kob::Ptr<GenericIf> genericIfListConstructor(const Kob::Ptr<const GenericIf>& list);
+
+  /// Makes the notifiee by which `wrapper` hears of the table.
+  static Kob::Ptr<GenericIf_Adapter_> GenericIf_Adapter_Is(const Kob::Ptr<Table>& table,
+                                                           const Kob::Ptr<GenericIf_>& wrapper);
+  [[nodiscard]] const Kob::Ptr<GenericIf_Adapter_>& adapter() const noexcept { return adapter_; }
+
+  /// Switches the adapter too. The same value changes nothing.
+  bool hasNotificationActiveIs(bool active) override;
+  bool kobDoZombieReactors(bool zombie) override;
+  void handleNotification(Kob::ActivityConfig* activity) override;
+
+  /// An `intfL3Index` entry changed: passes it on, or lets it wait.
+  void onIntfL3Index(Plexo::IntfId intfId);
+
+ private:
+  Kob::Ptr<GenericIf_Adapter_> adapter_;
+};
+
+/// The notifiee by which a wrapper hears of its table. Its hold on the table is weak, that on the
+/// wrapper a plain pointer that the wrapper clears when it goes.
+class KOB_EXPORT Table::GenericIf_::GenericIf_Adapter_ final : public Table::Notifiee {
+ public:
+  /// Registers, binds itself to the table and makes its hold weak, in this order.
+  GenericIf_Adapter_(const Kob::Ptr<Table>& table, const Kob::Ptr<GenericIf_>& reactor);
+  ~GenericIf_Adapter_() override;
+
+  /// Off leaves the table's list and remembers, on joins again what had joined; unless the adapter
+  /// is a zombie, its wrapper is switched too. Returns the value that stands afterwards.
+  bool hasNotificationActiveIs(bool active) override;
+  Kob::Ptr<Kob::PtrInterface> kobReactor() const override;
+  Kob::PtrInterface* kobRawReactor() const override;
+  using Notifiee::onNotificationException;
+  void onNotificationException(Kob::AttributeId id) override;
+  void onZeroReferences() override;
+  void onIntfL3Index(Plexo::IntfId intfId) override;
+  void onIntfL3Index() override;
+  /// A zombie stops listening, a revived adapter listens again.
+  virtual bool kobDoZombieReactors(bool zombie);
+
+  [[nodiscard]] Kob::Ptr<GenericIf_> kobReactorAdapter();
+  [[nodiscard]] Kob::Ptr<const GenericIf_> kobReactorAdapter() const;
+  void kobReactorAdapterIs(const Kob::Ptr<GenericIf_>& reactor);
+
+ private:
+  GenericIf_* reactor_;
+};
+
+/// The type object of the table.
+class KOB_EXPORT Table::_Type final : public Kob::DescribedObjectType<Table> {
+ public:
+  _Type();
+  ~_Type() override;
+  /// The handles of the registered attributes, in the order of their registration; null until the
+  /// type is described.
+  static std::span<Kob::KobAttr* const> attributeHandles() noexcept;
+};
+
+/// Describes the types of FyrL3IntfTable.cpp to the framework; runs when the library is loaded. The
+/// second time, and while introspection is not active, it does nothing.
+KOB_EXPORT void kobInitFyrL3IntfTable();
+
 /// Creates an empty table and returns the only reference; nothing else is registered or published.
 KOB_EXPORT Kob::Ptr<Table> tableFactory(Kob::Name name, bool internalVlanNeeded);
 
 }  // namespace FyrL3Intf
+
+using FyrL3Intf::kobInitFyrL3IntfTable;

@@ -5,7 +5,7 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS Kob FyrPlatform FyrL3Intf EXPORT FyrL3IntfTargets)
 install(TARGETS fyrl3)
-install(DIRECTORY Kob platform FyrL3Intf TYPE INCLUDE FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY Kob platform FyrL3Intf TYPE INCLUDE FILES_MATCHING PATTERN "*.h" PATTERN "*Published.h" EXCLUDE)
 
 set(packageDir ${CMAKE_INSTALL_LIBDIR}/cmake/FyrL3Intf)
 install(EXPORT FyrL3IntfTargets NAMESPACE FyrL3Intf:: DESTINATION ${packageDir})

@@ -192,6 +192,12 @@ def clang_tidy():
     return run_all([*command, path] for path in sources(*LAYERS, suffixes=(".cpp",)))
 
 
+def type_names_inputs():
+    """The library that lists the names of its types, and the objects that it is linked from."""
+    objects = (BUILD / "release" / "FyrL3Intf").rglob("*.o")
+    return [library_paths("release")[-1], *sorted(objects)]
+
+
 def check(extent):
     tally = Tally()
     build_and_test(tally, "g++", "dev")
@@ -207,6 +213,7 @@ def check(extent):
     if tally.step("release: build", build("release")):
         tally.step("exported names", lambda: run("scripts/exports.py", *library_paths("release")))
         tally.step("virtual slots", lambda: run("scripts/slots.py", "tests/slots.txt", *library_paths("release")))
+        tally.step("names of types stay", lambda: run("scripts/typenames.py", *type_names_inputs()))
         tally.step("installed package", lambda: run("scripts/installed.sh", BUILD / "release"))
 
     build_and_test(tally, "ASan and UBSan", "asan-ubsan", **SANITIZER_ENVIRONMENT)

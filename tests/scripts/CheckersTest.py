@@ -21,6 +21,7 @@ import exports  # pylint: disable=wrong-import-position
 import headers  # pylint: disable=wrong-import-position
 import layers  # pylint: disable=wrong-import-position
 import slots  # pylint: disable=wrong-import-position
+import typenames  # pylint: disable=wrong-import-position
 
 
 class InTree(unittest.TestCase):
@@ -193,6 +194,37 @@ class Slots(InTree):
 
     def test_a_class_that_is_not_there_is_a_fault(self):
         self.assertEqual(self.faults_of("Kob::Gone\n  f()\n"), ["Kob::Gone: no library has its virtual table"])
+
+
+class TypeNames(InTree):
+    def faults_of(self, attributes, **options):
+        source = self.write("Library.cpp", f'[[{attributes}]] constexpr char names[] = "A\\0B";')
+        built = self.root / "library.o"
+        subprocess.run(["g++", "-std=c++20", "-fPIC", "-c", "-o", built, source], check=True)
+        library = self.root / "library.so"
+        subprocess.run(["g++", "-shared", "-o", library, built], check=True)
+        return [fault.split(": ", 1)[1] for fault in typenames.faults(str(library), [built], **options)]
+
+    def test_a_section_that_stays_is_right(self):
+        self.assertEqual(self.faults_of('gnu::section(".kob.type"), gnu::used, gnu::retain'), [])
+
+    def test_a_section_that_the_linker_takes_away_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of('gnu::section(".kob.type"), gnu::used'),
+            ["loses .kob.type when it is linked without what nobody refers to"],
+        )
+
+    def test_a_section_that_is_stripped_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of(
+                'gnu::section(".kob.type"), gnu::used, gnu::retain',
+                strip=["strip", "--remove-section=.kob.type"],
+            ),
+            ["loses .kob.type when it is stripped"],
+        )
+
+    def test_a_library_without_the_section_is_a_fault(self):
+        self.assertEqual(self.faults_of("gnu::used"), ["has no section .kob.type"])
 
 
 class Coverage(InTree):
