@@ -62,7 +62,7 @@ class KOB_EXPORT SwitchIntfConfigSm : public Kob::PtrInterface {
   };
 
   class GenericIf_;
-  class _Type;
+  class _Type;  // NOLINT(bugprone-reserved-identifier): the published name
 
   /// The type "FyrL3Intf::SwitchIntfConfigSm".
   static constexpr const char* kobTypeName = "FyrL3Intf::SwitchIntfConfigSm";
@@ -133,7 +133,7 @@ KOB_EXPORT std::ostream& operator<<(std::ostream& stream, const SwitchIntfConfig
 class KOB_EXPORT ConfigSm : public Kob::PtrInterface {
  public:
   class GenericIf_;
-  class _Type;
+  class _Type;  // NOLINT(bugprone-reserved-identifier): the published name
 
   /// The type "FyrL3Intf::ConfigSm".
   static constexpr const char* kobTypeName = "FyrL3Intf::ConfigSm";
@@ -146,7 +146,7 @@ class KOB_EXPORT ConfigSm : public Kob::PtrInterface {
   class KOB_EXPORT IntfSet {
    public:
     class GenericIf_;
-    class _Type;
+    class _Type;  // NOLINT(bugprone-reserved-identifier): the published name
 
     /// The type "FyrL3Intf::ConfigSm::IntfSet".
     static constexpr const char* kobTypeName = "FyrL3Intf::ConfigSm::IntfSet";

@@ -29,7 +29,7 @@ class KOB_EXPORT Table : public Kob::Entity {
   class NotifieeConst;
   class Notifiee;
   class GenericIf_;
-  class _Type;
+  class _Type;  // NOLINT(bugprone-reserved-identifier): the published name
 
   /// Ids of the published attributes. That of `intfL3Index` is also the one under which a notifiee
   /// hears that its callback threw.

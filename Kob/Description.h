@@ -276,11 +276,13 @@ class HashMapIteratorState final : public GenericIf::IteratorState {
  public:
   explicit HashMapIteratorState(typename Map::IteratorConst place) : place_(std::move(place)) {}
 
-  bool nonNull() const override { return static_cast<bool>(place_); }
+  [[nodiscard]] bool nonNull() const override { return static_cast<bool>(place_); }
   void inc() override { place_.advance(); }
-  Ptr<GenericIf> key() const override { return generic(place_.key()); }
-  Ptr<GenericIf> object(bool readOnly) const override { return generic(*place_, readOnly); }
-  std::unique_ptr<IteratorState> clone() const override {
+  [[nodiscard]] Ptr<GenericIf> key() const override { return generic(place_.key()); }
+  [[nodiscard]] Ptr<GenericIf> object(bool readOnly) const override {
+    return generic(*place_, readOnly);
+  }
+  [[nodiscard]] std::unique_ptr<IteratorState> clone() const override {
     return std::make_unique<HashMapIteratorState>(place_);
   }
 
@@ -455,23 +457,24 @@ template <auto factory>
 template <class Self, class Base, class Object>
 class KOB_EXPORT Described : public Base {
  public:
-  KobType* type() const override { return Object::_fwkType(); }
+  [[nodiscard]] KobType* type() const override { return Object::_fwkType(); }
   void* voidPtrIs(const KobType* type) override {
     return type == Object::_fwkType() ? &instance() : Base::voidPtrIs(type);
   }
   Ptr<GenericIf> clone() override { return {new Self(wrapped(), this->readOnly())}; }
-  Ptr<const GenericIf> clone() const override { return {new Self(wrapped(), true)}; }
+  [[nodiscard]] Ptr<const GenericIf> clone() const override { return {new Self(wrapped(), true)}; }
 
-  AttributeId attributeId(String8 name) const override {
+  [[nodiscard]] AttributeId attributeId(String8 name) const override {
     const KobAttr* const attr = Object::_fwkType()->attr(name);
     return attr != nullptr ? attr->id() : Base::attributeId(name);
   }
-  GenericIf::AttributeIteratorConst attributeIteratorConst(AttributeId id) const override {
+  [[nodiscard]] GenericIf::AttributeIteratorConst attributeIteratorConst(
+      AttributeId id) const override {
     auto state = Self::description().iterate(id, &instance(), nullptr);
     if (!state) return Base::attributeIteratorConst(id);
     return {Ptr<const GenericIf>(this), id, std::move(state)};
   }
-  GenericIf::AttributeIteratorConst attributeIteratorKeyConst(
+  [[nodiscard]] GenericIf::AttributeIteratorConst attributeIteratorKeyConst(
       AttributeId id, const Ptr<const GenericIf>& key) const override {
     auto state = Self::description().iterate(id, &instance(), key.get());
     if (!state) return Base::attributeIteratorKeyConst(id, key);
