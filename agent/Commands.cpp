@@ -8,6 +8,8 @@
 #include "agent/SelfCheck.h"
 #include "agent/Story.h"
 #include "agent/Text.h"
+#include "agent/TypeListing.h"
+#include "agent/TypeSection.h"
 
 namespace Agent {
 namespace {
@@ -80,6 +82,18 @@ ordered_json jsonOf(Plexo::IntfId id, const Story& story, const Session& session
   return object;
 }
 
+void answerTypes(const std::vector<std::string>& names, Printer& printer) {
+  if (printer.isJson()) {
+    printer.answer("types", names);
+    return;
+  }
+  std::string text;
+  for (const std::string& name : names) {
+    text += printable(name) + "\n";
+  }
+  printer.answer(text);
+}
+
 }  // namespace
 
 void show(const Session& session, Printer& printer) {
@@ -139,6 +153,33 @@ bool verify(Session& session, const std::string& after, Printer& printer) {
     printer.refuse("the self-check failed after " + printable(after) + ":\n" + check.report);
   }
   return check.isConsistent;
+}
+
+bool types(const std::string& name, Printer& printer) {
+  if (name.empty()) {
+    answerTypes(typeNames(), printer);
+    return true;
+  }
+  const Kob::KobType* const type = typeNamed(name);
+  if (printer.isJson()) {
+    printer.answer("types",
+                   type != nullptr ? ordered_json::array({jsonOf(*type)}) : ordered_json::array());
+  } else if (type == nullptr) {
+    printer.refuse("no type is \"" + printable(name) + "\"");
+  } else {
+    printer.answer(textOf(*type));
+  }
+  return type != nullptr;
+}
+
+bool libraryTypes(const std::string& file, Printer& printer) {
+  const std::vector<std::string> names = typesProvidedBy(file);
+  if (names.empty() && !printer.isJson()) {
+    printer.refuse(printable(file) + " provides no types: it has no section " + typeSectionName);
+  } else {
+    answerTypes(names, printer);
+  }
+  return !names.empty();
 }
 
 }  // namespace Agent

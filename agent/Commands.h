@@ -25,4 +25,12 @@ void show(const Session& session, Printer& printer);
 /// the state comes of.
 [[nodiscard]] bool verify(Session& session, const std::string& after, Printer& printer);
 
+/// Prints the names of all types that the libraries describe, or what the type of this name says of
+/// itself. Returns whether there is such a type.
+[[nodiscard]] bool types(const std::string& name, Printer& printer);
+
+/// Prints the names of the types that the library in the file provides, without running it. Returns
+/// whether there is any. Throws UnreadableInput.
+[[nodiscard]] bool libraryTypes(const std::string& file, Printer& printer);
+
 }  // namespace Agent

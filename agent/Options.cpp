@@ -21,10 +21,12 @@ constexpr const char* examples = R"(Examples:
   fyrl3 verify --internal-vlans --config config_db.json --apply change.patch.json
   fyrl3 why Ethernet48 --internal-vlans=3968-3983 --config config_db.json
   fyrl3 show --json --config - < interfaces.openconfig.json
+  fyrl3 shell --internal-vlans --config config_db.json
 
 Exit codes: 0 done, 1 not found, 2 bad usage, unreadable input or a patch that
 cannot be applied, 3 contradictions under --strict, 4 the self-check failed,
-130 interrupted.)";
+130 interrupted. The shell, unless it is on a terminal: that of the first command
+that failed.)";
 
 constexpr const char* showExamples = R"(Examples:
   fyrl3 show --config examples/leaf32.config_db.json
@@ -50,6 +52,18 @@ constexpr const char* whyExamples = R"(Examples:
   fyrl3 why Ethernet48 Vlan10 --config config_db.json --internal-vlans
   fyrl3 why Ethernet48 --config config_db.json --l3-index asic_db.json
   fyrl3 why Ethernet48 --config config_db.json --internal-vlans --apply change.patch.json)";
+
+constexpr const char* shellExamples = R"(Examples:
+  fyrl3 shell --config config_db.json
+  fyrl3 shell --config config_db.json --internal-vlans --keep-going < commands
+  fyrl3 shell --config config_db.json --exec 'get table.intfL3Index[Ethernet48]'
+  fyrl3 shell --config config_db.json --json --exec 'list table.routedPortName' --exec verify
+The command help lists the commands of the shell.)";
+
+constexpr const char* typesExamples = R"(Examples:
+  fyrl3 types
+  fyrl3 types FyrL3Intf::Table
+  fyrl3 types --library libFyrL3Intf.so)";
 
 /// Shows a flag that may have a value as `--flag[=LOW-HIGH]`.
 class HelpFormatter : public CLI::Formatter {
@@ -164,6 +178,43 @@ CLI::App* addWhy(CLI::App& app, Options& options) {
   return why;
 }
 
+CLI::App* addShell(CLI::App& app, Options& options) {
+  CLI::App* shell = app.add_subcommand(
+      "shell", "Obey commands on a live session: questions, patches, attributes");
+  shell
+      ->add_option("--exec", options.shell.commands,
+                   "Obey this command instead of standard input;\n"
+                   "may be given several times")
+      ->expected(1)
+      ->take_all()
+      ->allow_extra_args(false)
+      ->type_name("COMMAND");
+  shell
+      ->add_flag("--keep-going", options.shell.keepsGoing,
+                 "Go on behind a command that fails, and exit\n"
+                 "with its code at the end")
+      ->disable_flag_override();
+  shell->footer(shellExamples);
+  return shell;
+}
+
+/// The only command without a configuration.
+CLI::App* addTypes(CLI::App& app, Options& options) {
+  CLI::App* types = app.add_subcommand(
+      "types", "List the types that the library describes, or one with all it has");
+  auto* const name = types->add_option("TYPE", options.typeName, "A type's name")->type_name("");
+  types
+      ->add_option("--library", options.libraryFile,
+                   "List the types that a shared library provides,\n"
+                   "without running it")
+      ->excludes(name)
+      ->type_name("FILE");
+  types->add_flag("--json", options.isJson, "Print JSON")->disable_flag_override();
+  types->footer(typesExamples);
+  types->group("Commands");
+  return types;
+}
+
 [[noreturn]] void refuse(const std::string& option, const std::string& value,
                          const std::string& wanted) {
   throw UsageError(option + ": \"" + printable(value) + "\" is not " + wanted);
@@ -231,6 +282,9 @@ void checkFiles(const Options& options, const CLI::App& command) {
     files.emplace_back("--apply", patch);
   }
   std::string reader;
+  if (options.command == Command::shell && options.shell.commands.empty()) {
+    reader = "the commands of the shell";
+  }
   for (const auto& [option, file] : files) {
     if (file.empty()) throw UsageError(option + ": the name of the file is empty");
     if (file != "-") continue;
@@ -238,6 +292,12 @@ void checkFiles(const Options& options, const CLI::App& command) {
       throw UsageError(reader.append(" and ").append(option) + " cannot both be standard input");
     }
     reader = option;
+  }
+}
+
+void checkLibrary(const Options& options, const CLI::App& types) {
+  if (types.count("--library") > 0 && options.libraryFile.empty()) {
+    throw UsageError("--library: the name of the file is empty");
   }
 }
 
@@ -255,7 +315,7 @@ std::string complaintOf(const CLI::App& app, const CLI::ParseError& error) {
     const auto isWord = [](const std::string& word) { return !word.starts_with('-'); };
     const auto word = std::find_if(rest.begin(), rest.end(), isWord);
     return (word == rest.end() ? "no command is given" : "there is no command \"" + *word + "\"") +
-           "; give show, lookup, verify or why";
+           "; give show, lookup, verify, why, shell or types";
   }
   if (rest.empty()) return error.what();
   std::string complaint = "not understood:";
@@ -276,11 +336,13 @@ std::optional<HelpText> parseOptions(int argc, const char* const* argv, Options&
   Words words;
   const std::array commands{
       std::pair{Command::show, addShow(app)}, std::pair{Command::lookup, addLookup(app, options)},
-      std::pair{Command::verify, addVerify(app)}, std::pair{Command::why, addWhy(app, options)}};
+      std::pair{Command::verify, addVerify(app)}, std::pair{Command::why, addWhy(app, options)},
+      std::pair{Command::shell, addShell(app, options)}};
   for (const auto& [command, parser] : commands) {
     parser->group("Commands");
     addCommonOptions(*parser, options, words);
   }
+  const CLI::App* const types = addTypes(app, options);
   try {
     refuseEmptyRange(argc, argv);
     app.parse(argc, argv);
@@ -291,6 +353,11 @@ std::optional<HelpText> parseOptions(int argc, const char* const* argv, Options&
     return HelpText{app.version() + "\n"};
   } catch (const CLI::ParseError& error) {
     throw UsageError(printable(complaintOf(app, error)));
+  }
+  if (types->parsed()) {
+    options.command = Command::types;
+    checkLibrary(options, *types);
+    return std::nullopt;
   }
   const auto chosen = std::find_if(commands.begin(), commands.end(),
                                    [](const auto& item) { return item.second->parsed(); });

@@ -11,7 +11,15 @@
 
 namespace Agent {
 
-enum class Command { show, lookup, verify, why };
+enum class Command { show, lookup, verify, why, shell, types };
+
+/// How a shell is run.
+struct ShellOptions {
+  /// What it obeys instead of standard input; empty where that is to be read.
+  std::vector<std::string> commands;
+  /// Whether a command that fails is followed by the next one.
+  bool keepsGoing = false;
+};
 
 struct Options {
   Command command = Command::show;
@@ -19,6 +27,11 @@ struct Options {
   std::string question;
   /// Whose stories to tell.
   std::vector<std::string> names;
+  /// Which type to describe; empty for the names of all.
+  std::string typeName;
+  /// Whose types to list; empty for those that the program knows.
+  std::string libraryFile;
+  ShellOptions shell;
   std::string configFile;
   /// Empty where L3 indexes are to be assigned, or internal VLANs are asked for.
   std::string l3IndexFile;

@@ -25,6 +25,14 @@ ordered_json jsonOf(const TableChange& change) {
   return object;
 }
 
+ordered_json jsonOf(const Problems& problems) {
+  ordered_json list = ordered_json::array();
+  for (const Problem& problem : problems) {
+    list.push_back(Agent::jsonOf(problem));
+  }
+  return list;
+}
+
 }  // namespace
 
 ordered_json jsonOf(const InputEventPtr& event) {
@@ -43,6 +51,7 @@ void Printer::tellProblems(const Problems& problems) {
   }
   standing_ = std::set(problems.begin(), problems.end());
   problems_.insert(problems_.end(), fresh.begin(), fresh.end());
+  hasToldProblems_ = hasToldProblems_ || !fresh.empty();
   if (!isJson_) printError(textOf(fresh, isErrorColoured()));
 }
 
@@ -71,11 +80,24 @@ void Printer::append(const std::string& member, ordered_json value) {
 void Printer::finish() {
   if (!isJson_) return;
   if (expectsChanges_) document_["changes"] = changes_;
-  document_["problems"] = ordered_json::array();
-  for (const Problem& problem : problems_) {
-    document_["problems"].push_back(jsonOf(problem));
-  }
+  document_["problems"] = jsonOf(problems_);
+  printDocument();
+}
+
+void Printer::finishAnswer() const {
+  if (isJson_) printDocument();
+}
+
+void Printer::printDocument() const {
   printOut(document_.dump(2, ' ', true, ordered_json::error_handler_t::replace) + "\n");
+}
+
+void Printer::finishLine() {
+  if (!isJson_) return;
+  if (!changes_.empty()) document_["changes"] = std::exchange(changes_, ordered_json::array());
+  if (!problems_.empty()) document_["problems"] = jsonOf(std::exchange(problems_, {}));
+  const ordered_json line = std::exchange(document_, ordered_json::object());
+  printOut(line.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n");
 }
 
 }  // namespace Agent

@@ -1,8 +1,8 @@
 #pragma once
 
 // What a run of the program says, in one of two manners: as text, at once, answers and changes on
-// standard output and problems on standard error; or as one JSON document on standard output, at
-// the end.
+// standard output and problems on standard error; or as JSON on standard output, one document at
+// the end, or a line for each answer.
 
 #include <nlohmann/json.hpp>
 #include <set>
@@ -29,7 +29,7 @@ class Printer {
   /// From now on the JSON document has a list of changes, be it empty.
   void expectChanges() { expectsChanges_ = true; }
   /// Whether any problem was told.
-  [[nodiscard]] bool hasToldProblems() const { return !problems_.empty(); }
+  [[nodiscard]] bool hasToldProblems() const { return hasToldProblems_; }
 
   // Answers, each given in both manners by whoever asks isJson().
 
@@ -43,14 +43,22 @@ class Printer {
 
   /// Prints the JSON document: the answer, the changes where they are expected, the problems.
   void finish();
+  /// Prints the JSON document of an answer that needs no session: nothing but the answer.
+  void finishAnswer() const;
+  /// Prints the JSON document on one line, with changes and problems where there are any, and
+  /// begins another one.
+  void finishLine();
 
  private:
+  void printDocument() const;
+
   const bool isJson_;
   bool expectsChanges_ = false;
   nlohmann::ordered_json document_ = nlohmann::ordered_json::object();
   nlohmann::ordered_json changes_ = nlohmann::ordered_json::array();
   /// In the order in which they were told.
   Problems problems_;
+  bool hasToldProblems_ = false;
   std::set<Problem> standing_;
 };
 

@@ -12,6 +12,7 @@
 #include "agent/LineReader.h"
 #include "agent/Printer.h"
 #include "agent/Session.h"
+#include "agent/Shell.h"
 
 namespace Agent {
 namespace {
@@ -69,6 +70,7 @@ class Run {
   bool isConsistent_ = true;
   bool isUsable_ = true;
   bool isAnswered_ = true;
+  int shellExitCode_ = exitSuccess;
 };
 
 int Run::exitCode() {
@@ -80,9 +82,10 @@ int Run::exitCode() {
     printer_.refuse(refusal.what());
   }
   answer();
-  printer_.finish();
+  if (options_.command != Command::shell) printer_.finish();
   if (!isConsistent_) return exitInconsistent;
   if (!isUsable_) return exitUnusable;
+  if (shellExitCode_ != exitSuccess) return shellExitCode_;
   if (options_.isStrict && printer_.hasToldProblems()) return exitContradictions;
   return isAnswered_ ? exitSuccess : exitNotFound;
 }
@@ -130,14 +133,28 @@ void Run::answer() {
     case Command::why:
       isAnswered_ = why(session_, options_.names, printer_);
       return;
+    case Command::shell:
+      shellExitCode_ = runShell(session_, printer_, options_.shell);
+      return;
     case Command::verify:
+    case Command::types:
       return;
   }
+}
+
+/// The command without a session.
+int runTypes(const Options& options) {
+  Printer printer(options.isJson);
+  const bool isAnswered = options.libraryFile.empty() ? types(options.typeName, printer)
+                                                      : libraryTypes(options.libraryFile, printer);
+  printer.finishAnswer();
+  return isAnswered ? exitSuccess : exitNotFound;
 }
 
 }  // namespace
 
 int run(const Options& options) {
+  if (options.command == Command::types) return runTypes(options);
   if (options.traceLevel) {
     Kob::TraceFacility::named(traceFacility).levelsUpToIs(*options.traceLevel);
   }

@@ -2,16 +2,10 @@
 
 // A run of the program, from the documents to the exit code.
 
+#include "agent/ExitCode.h"
 #include "agent/Options.h"
 
 namespace Agent {
-
-inline constexpr int exitSuccess = 0;
-inline constexpr int exitNotFound = 1;
-/// Bad usage, unreadable input, a patch that cannot be applied, or output that cannot be written.
-inline constexpr int exitUnusable = 2;
-inline constexpr int exitContradictions = 3;
-inline constexpr int exitInconsistent = 4;
 
 /// Loads the configuration, applies the patches, carries out the command on what came of it, and
 /// returns the exit code; where several apply, the failed self-check comes first, then the unusable

@@ -3,6 +3,8 @@
 // One switch in the library's care: the configuration document as it stands, what was read out of
 // it, and the library at work on that. Commands ask it; patches change it.
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -38,7 +40,24 @@ class Session {
 
   /// Applies a JSON Patch to the configuration document, reads it anew, and lets the library follow
   /// the difference. Throws UnreadableInput, which names the patch, and has changed nothing then.
+  /// With deferral on, a patch is refused likewise that would leave more than one change of an L3
+  /// index to be delivered: such changes merge, and the machine drops what was merged.
   void apply(const Document& patch);
+
+  // What an operator does to the library's state beside the document. Each change is an event of
+  // its own in the journal. What the change throws passes to the caller, and so does what the sink
+  // throws.
+
+  /// Makes a change by hand, which the event's text tells.
+  void change(const std::string& text, const std::function<void()>& action);
+  /// Whether the machine lets the changes of its inputs wait; false at first.
+  [[nodiscard]] bool deferral() const { return host_.activity().deferral(); }
+  /// Switches that; off delivers what is pending.
+  void deferralIs(bool deferral);
+  /// Delivers what is pending now.
+  void run();
+  /// At its end the session leaves the state as it is, instead of withdrawing it.
+  void leaveEverything() { host_.leaveEverything(); }
 
   /// The document as it stands, under the name of the configuration's file.
   [[nodiscard]] const Document& document() const { return document_; }
@@ -72,7 +91,9 @@ class Session {
   [[nodiscard]] Reading read(const Document& document,
                              const std::optional<VlanReservations>& former) const;
   [[nodiscard]] Reading readPatched(const Document& document, const Document& patch) const;
+  void refuseMerging(const Reading& next, const Document& patch);
   void take(Reading reading, const std::string& origin);
+  void deliver(const std::function<void()>& action);
 
   const L3IdSource source_;
   Document document_;
@@ -82,6 +103,8 @@ class Session {
   TableHost host_;
   const Kob::Ptr<TableWatcher> watcher_;
   Reconciler reconciler_;
+  /// Changes of the L3 index directory that the machine was not told of yet.
+  std::size_t deferredL3Indexes_ = 0;
 };
 
 }  // namespace Agent

@@ -11,7 +11,10 @@ namespace {
 
 using Plexo::IntfId;
 
-std::string since(const InputEventPtr& event) { return "since " + textOf(*event); }
+/// What is not announced, and so has no event, was written by hand.
+std::string since(const InputEventPtr& event) {
+  return event ? "since " + textOf(*event) : "by a change that was made by hand";
+}
 
 std::string listOf(const std::vector<IntfId>& ids) {
   std::string text;
@@ -33,6 +36,7 @@ class Teller {
   [[nodiscard]] Story ofIndex() const;
   [[nodiscard]] Story ofNoIndex() const;
   [[nodiscard]] Story ofHolder() const;
+  [[nodiscard]] Story ofOneWithoutWish() const;
   [[nodiscard]] Story ofOneWhoWaits() const;
   [[nodiscard]] Story ofNoWish() const;
   [[nodiscard]] Story ofPortWithoutVlan() const;
@@ -52,7 +56,7 @@ class Teller {
 
 Story Teller::story() const {
   if (!session_.machine().internalVlanNeeded()) return entry_.l3Id ? ofIndex() : ofNoIndex();
-  if (entry_.l3Id) return ofHolder();
+  if (entry_.l3Id) return entry_.wish ? ofHolder() : ofOneWithoutWish();
   return entry_.wish ? ofOneWhoWaits() : ofNoWish();
 }
 
@@ -63,6 +67,10 @@ Story Teller::ofIndex() const {
 }
 
 Story Teller::ofNoIndex() const {
+  if (session_.l3IndexFile().empty()) {  // Every interface is assigned one.
+    return {name_ + " has no L3 id.",
+            "Its L3 index was taken out of the table by hand, or is still to be delivered."};
+  }
   return {name_ + " has no L3 id.", "Its entry in the L3 index directory is missing.",
           "To change that, " + printable(session_.l3IndexFile()) +
               " has to hold an index for it that no other interface has."};
@@ -87,7 +95,19 @@ Story Teller::ofHolder() const {
   return story;
 }
 
+/// Only a change by hand, or one that is still to be delivered, makes such a state.
+Story Teller::ofOneWithoutWish() const {
+  return {name_ + " has L3 id " + std::to_string(entry_.l3Id.value()) +
+              ", though it wishes for no VLAN.",
+          "It has it " + since(session_.journal().l3IdSince(entry_.id)) + ".",
+          "It keeps it until somebody takes it away by hand, or pending changes are delivered."};
+}
+
 Story Teller::ofOneWhoWaits() const {
+  if (!entry_.holder) {
+    return {name_ + " has no L3 id: it waits for internal " + vlanText() + ".", wish(),
+            "Nobody holds it: the state was changed by hand, or changes are pending."};
+  }
   const auto queue = queueFor(vlan(), session_.machine());
   const auto place = std::find(queue.begin(), queue.end(), entry_.id) - queue.begin() + 1;
   return {name_ + " has no L3 id: it waits for internal " + vlanText() + ".", wish(),

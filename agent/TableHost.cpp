@@ -11,6 +11,8 @@ TableHost::TableHost(bool internalVlanNeeded)
       machine_(FyrL3Intf::configSmFactory(activity_, config_, vlanIntfStatusDir_, l3IndexDir_,
                                           table_, internalVlanNeeded)) {}
 
-TableHost::~TableHost() { machine_->doPrepareToDie(); }
+TableHost::~TableHost() {
+  if (withdraws_) machine_->doPrepareToDie();
+}
 
 }  // namespace Agent

@@ -17,16 +17,24 @@ class TableHost {
   /// Makes everything, empty. `internalVlanNeeded`: whether L3 ids are internal VLANs; the L3 index
   /// directory stays empty then.
   explicit TableHost(bool internalVlanNeeded);
-  /// Lets the state machine withdraw everything, and releases it, the table and the models.
+  /// Lets the state machine withdraw everything, unless it was told to leave it, and releases it,
+  /// the table and the models.
   ~TableHost();
   TableHost(const TableHost&) = delete;
   TableHost& operator=(const TableHost&) = delete;
+
+  /// From now on nothing is withdrawn at the end: a state that was changed by hand may be one that
+  /// the machine cannot withdraw.
+  void leaveEverything() { withdraws_ = false; }
 
   // All of these live as long as the host.
 
   [[nodiscard]] Bridging::Config& config() { return *config_; }
   [[nodiscard]] Interface::VlanIntfStatusDir& vlanIntfStatusDir() { return *vlanIntfStatusDir_; }
   [[nodiscard]] FyrL3Intf::L3IndexDir& l3IndexDir() { return *l3IndexDir_; }
+  /// The activity in which the machine runs.
+  [[nodiscard]] Kob::ActivityConfig& activity() { return *activity_; }
+  [[nodiscard]] const Kob::ActivityConfig& activity() const { return *activity_; }
   [[nodiscard]] FyrL3Intf::ConfigSm& machine() { return *machine_; }
   [[nodiscard]] const FyrL3Intf::ConfigSm& machine() const { return *machine_; }
   [[nodiscard]] const FyrL3Intf::Table& table() const { return *table_; }
@@ -38,6 +46,7 @@ class TableHost {
   const Kob::Ptr<FyrL3Intf::L3IndexDir> l3IndexDir_;
   const Kob::Ptr<FyrL3Intf::Table> table_;
   const Kob::Ptr<FyrL3Intf::ConfigSm> machine_;
+  bool withdraws_ = true;
 };
 
 }  // namespace Agent

@@ -56,7 +56,7 @@ TEST(Options, OfLookupMayFollowTheQuestion) {
 }
 
 TEST(Options, AreRefusedWithAReason) {
-  EXPECT_EQ(refusalOf({}), "no command is given; give show, lookup, verify or why");
+  EXPECT_EQ(refusalOf({}), "no command is given; give show, lookup, verify, why, shell or types");
   EXPECT_EQ(refusalOf({"show"}), "--config is required");
   EXPECT_EQ(refusalOf({"lookup", "--config", "f"}), "NAME|ID is required");
   EXPECT_EQ(refusalOf({"show", "--config", ""}), "--config: the name of the file is empty");
@@ -71,7 +71,7 @@ TEST(Options, AreRefusedWithAReason) {
   EXPECT_NE(refusalOf({"show", "--config", "f", "--strict=false"}), "");
   EXPECT_NE(refusalOf({"show", "lookup"}), "");
   EXPECT_EQ(refusalOf({"frob\x1b", "--config", "f"}),
-            "there is no command \"frob\\x1b\"; give show, lookup, verify or why");
+            "there is no command \"frob\\x1b\"; give show, lookup, verify, why, shell or types");
   EXPECT_EQ(refusalOf({"show", "--conf", "f"}), "not understood: --conf f");
   EXPECT_EQ(refusalOf({"show", "--config", "f", "g"}), "not understood: g");
   EXPECT_EQ(refusalOf({"--json", "show", "--config", "f"}), "not understood: --json");
@@ -163,6 +163,28 @@ TEST(Options, TellHelpWithExamplesAndExitCodes) {
 
 TEST(Options, TellTheVersion) {
   EXPECT_THAT(helpOf({"--version"}), testing::MatchesRegex("fyrl3 [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(Options, OfTheShellHoldItsCommands) {
+  const Options options =
+      parsed({"shell", "--exec", "get table", "--config", "f.json", "--exec", "show"});
+  EXPECT_EQ(options.command, Command::shell);
+  EXPECT_EQ(options.shell.commands.front(), "get table");
+  EXPECT_FALSE(options.shell.keepsGoing);
+  EXPECT_TRUE(parsed({"shell", "--keep-going", "--config", "f.json"}).shell.keepsGoing);
+  EXPECT_EQ(refusalOf({"shell", "--config", "-"}),
+            "the commands of the shell and --config cannot both be standard input");
+  EXPECT_EQ(refusalOf({"shell", "--config", "-", "--exec", "show"}), "");
+}
+
+TEST(Options, OfTypesNeedNoConfiguration) {
+  const Options options = parsed({"types", "FyrL3Intf::Table", "--json"});
+  EXPECT_EQ(options.command, Command::types);
+  EXPECT_EQ(options.typeName, "FyrL3Intf::Table");
+  EXPECT_TRUE(options.isJson);
+  EXPECT_EQ(parsed({"types", "--library", "f.so"}).libraryFile, "f.so");
+  EXPECT_EQ(refusalOf({"types", "--library", ""}), "--library: the name of the file is empty");
+  EXPECT_NE(refusalOf({"types", "T", "--library", "f.so"}), "");
 }
 
 }  // namespace

@@ -106,5 +106,33 @@ TEST(Printer, ListsChangesInJsonOnlyWhereTheyAreExpected) {
   EXPECT_EQ(GetCapturedStdout(), "{\n  \"changes\": [],\n  \"problems\": []\n}\n");
 }
 
+TEST(Printer, PrintsALineForEachAnswerAsJson) {
+  Printer printer(true);
+  printer.tellProblems({problem("a")});
+  printer.tellChange(change());
+  printer.answer("first", 1);
+  CaptureStdout();
+  printer.finishLine();
+  printer.tellProblems({problem("a")});
+  printer.answer("second", 2);
+  printer.finishLine();
+  printer.finishLine();
+  const std::string lines = GetCapturedStdout();
+  EXPECT_EQ(lines.substr(lines.find('\n') + 1), "{\"second\":2}\n{}\n");
+  const auto first = nlohmann::json::parse(lines.substr(0, lines.find('\n')));
+  EXPECT_EQ(first["first"], 1);
+  EXPECT_EQ(first["changes"].size(), 1U);
+  EXPECT_EQ(first["problems"].size(), 1U);
+  EXPECT_TRUE(printer.hasToldProblems());
+}
+
+TEST(Printer, PrintsNoLineAsText) {
+  Printer printer(false);
+  CaptureStdout();
+  printer.finishLine();
+  printer.finishAnswer();
+  EXPECT_EQ(GetCapturedStdout(), "");
+}
+
 }  // namespace
 }  // namespace Agent

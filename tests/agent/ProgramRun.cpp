@@ -1,6 +1,7 @@
 #include "tests/agent/ProgramRun.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -90,6 +91,16 @@ std::string readAll(int terminal) {
   return text;
 }
 
+/// What is written to the terminal until the mark is seen, or its last user closes it.
+std::string readUntil(int terminal, const std::string& mark) {
+  std::string text;
+  char c = 0;
+  while (text.find(mark) == std::string::npos && read(terminal, &c, 1) > 0) {
+    text += c;
+  }
+  return text;
+}
+
 }  // namespace
 
 ProgramRun runProgram(const std::vector<std::string>& arguments, const std::string& input) {
@@ -142,6 +153,43 @@ ProgramRun runProgramOnTerminal(const std::vector<std::string>& arguments, const
   });
   close(user);
   std::string seen = readAll(controller);
+  close(controller);
+  return {exitCodeOf(child), std::move(seen), ""};
+}
+
+ProgramRun runProgramAsSeen(const std::vector<std::string>& arguments, const std::string& input) {
+  const ScratchFile in(input);
+  const ScratchFile out;
+  const pid_t child = start(arguments, [&] {
+    dup2(in.descriptor(), STDIN_FILENO);
+    dup2(out.descriptor(), STDOUT_FILENO);
+    dup2(out.descriptor(), STDERR_FILENO);
+  });
+  const int exitCode = exitCodeOf(child);
+  return {exitCode, out.content(), ""};
+}
+
+ProgramRun typeAtProgram(const std::vector<std::string>& arguments, const std::string& prompt,
+                         const std::vector<std::string>& keys) {
+  const int controller = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  grantpt(controller);
+  unlockpt(controller);
+  const int user = open(ptsname(controller), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  const pid_t child = start(arguments, [&] {
+    setenv("TERM", "dumb", 1);
+    setsid();
+    ioctl(user, TIOCSCTTY, 0);
+    dup2(user, STDIN_FILENO);
+    dup2(user, STDOUT_FILENO);
+    dup2(user, STDERR_FILENO);
+  });
+  close(user);
+  std::string seen;
+  for (const std::string& typed : keys) {
+    seen += readUntil(controller, prompt);
+    if (write(controller, typed.data(), typed.size()) < 0) break;
+  }
+  seen += readAll(controller);
   close(controller);
   return {exitCodeOf(child), std::move(seen), ""};
 }

@@ -30,6 +30,14 @@ ProgramRun runProgramWithout(int descriptor, const std::vector<std::string>& arg
 ProgramRun runProgramOnTerminal(const std::vector<std::string>& arguments, const char* terminal,
                                 const char* noColor);
 
+/// As runProgram(), with standard error in `out` as well, in the order of the writing.
+ProgramRun runProgramAsSeen(const std::vector<std::string>& arguments, const std::string& input);
+
+/// As runProgramOnTerminal(), with standard input on the terminal too: a person who waits for the
+/// prompt, and then types the next keys.
+ProgramRun typeAtProgram(const std::vector<std::string>& arguments, const std::string& prompt,
+                         const std::vector<std::string>& keys);
+
 /// Starts the program, waits until it has opened the file `fifo`, and interrupts it.
 ProgramRun runProgramInterrupted(const std::string& fifo,
                                  const std::vector<std::string>& arguments);

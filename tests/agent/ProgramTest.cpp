@@ -348,12 +348,31 @@ std::string withoutLineEnds(std::string text) {
   return text;
 }
 
+/// Replays what a person did in a shell: the lines behind its prompts go in, and everything else
+/// has to come out, errors in their places.
+void expectShell(std::vector<std::string> words, const std::string& shown) {
+  constexpr std::string_view prompt = "fyrl3> ";
+  std::string input;
+  std::string output;
+  std::istringstream lines(shown);
+  for (std::string line; std::getline(lines, line);) {
+    const bool isTyped = line.starts_with(prompt);
+    (isTyped ? input : output) += line.substr(isTyped ? prompt.size() : 0) + "\n";
+  }
+  words.emplace_back("--keep-going");
+  EXPECT_EQ(withoutLineEnds(runProgramAsSeen(words, input).out), withoutLineEnds(output));
+}
+
 TEST(Program, PrintsWhatTheDocumentsShow) {
-  for (const auto& [path, count] : {std::pair{"README.md", 2U}, {"docs/host.md", 3U}}) {
+  for (const auto& [path, count] : {std::pair{"README.md", 3U}, {"docs/host.md", 4U}}) {
     const auto transcripts = transcriptsIn(path);
     EXPECT_EQ(transcripts.size(), count) << path;
     for (auto [words, out] : transcripts) {
       words.erase(words.begin());
+      if (!words.empty() && words.front() == "shell") {
+        expectShell(words, out);
+        continue;
+      }
       const std::vector<std::string> alone{"show", "--config", leaf};
       EXPECT_EQ(withoutLineEnds(runProgram(words.empty() ? alone : words).out),
                 withoutLineEnds(out));

@@ -137,6 +137,25 @@ TEST(Session, PassesOnWhatTheSinkThrows) {
   EXPECT_EQ(session.table().intfL3Indexs(), 0U);
 }
 
+TEST(Session, MakesAnEventOfAChangeByHand) {
+  Session session(Document("c.json", R"({"VLAN_INTERFACE": {"Vlan10": {}}})"),
+                  {ReservationRules(), std::nullopt});
+  const Plexo::IntfId vlan10("Vlan10");
+  session.change("a hand", [&] { session.machine().doSetDesiredInternalVlanId(vlan10, 20); });
+  EXPECT_EQ(textOf(*session.journal().wishSince(vlan10)), "event 2, shell: a hand");
+  EXPECT_EQ(textOf(*session.journal().l3IdSince(vlan10)), "event 2, shell: a hand");
+}
+
+TEST(Session, PassesOnWhatTheSinkThrowsAtAChangeByHand) {
+  Session session(Document("c.json", R"({"VLAN_INTERFACE": {"Vlan10": {}}})"),
+                  {ReservationRules(), std::nullopt});
+  session.watch([](const TableChange&) { throw std::runtime_error("full"); });
+  const auto withdraw = [&session] {
+    session.machine().doSetDesiredInternalVlanId("Vlan10", Bridging::VlanIdOrNone());
+  };
+  EXPECT_THROW(session.change("a hand", withdraw), std::runtime_error);
+}
+
 TEST(Session, IsRefusedForWhatIsNoConfiguration) {
   EXPECT_NE(refusalOf([] { Session(Document("c.json", "[]"), {}); }), "");
 }

@@ -51,5 +51,16 @@ TEST(TableHost, WithdrawsEverythingAtTheEnd) {
   EXPECT_THAT(trace.str(), HasSubstr("ConfigSm::doSetInternalVlanId( 0 )"));
 }
 
+TEST(TableHost, LeavesEverythingWhenItIsToldTo) {
+  Kob::Ptr<FyrL3Intf::Table> table;
+  {
+    TableHost host(true);
+    host.vlanIntfStatusDir().intfStatusIs("Vlan10"_intf);
+    host.leaveEverything();
+    table = host.machine().fyrL3IntfTable();
+  }
+  EXPECT_EQ(table->intfIdToL3Id("Vlan10"_intf).value(), 10U);
+}
+
 }  // namespace
 }  // namespace Agent
