@@ -28,7 +28,7 @@
 #include "FyrL3Intf/FyrL3IntfTable.h"
 #include "Kob/AccessorFamily.h"
 #include "Kob/Activity.h"
-#include "Kob/Description.h"
+#include "Kob/Described.h"
 #include "Kob/Export.h"
 #include "Kob/Reactor.h"
 #include "Kob/Strep.h"

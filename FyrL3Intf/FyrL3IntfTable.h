@@ -15,7 +15,7 @@
 #include <span>
 
 #include "Kob/AccessorFamily.h"
-#include "Kob/Description.h"
+#include "Kob/Described.h"
 #include "Kob/Entity.h"
 #include "Kob/Export.h"
 #include "Kob/Notifier.h"

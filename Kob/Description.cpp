@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Kob/Described.h"
+
 namespace Kob {
 
 // Operating

@@ -17,7 +17,7 @@
 // expected, the operation code, the key, the value. Exceptions out of the operation itself, and
 // what it does that is fatal, are the operation's own.
 //
-// Types that publish a description (Kob/Description.h) get all of this from it.
+// Types that publish a description (Kob/Described.h) get all of this from it.
 
 #include <cstdint>
 #include <memory>

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "FyrL3Intf/FyrL3IntfSm.h"
-#include "Kob/Description.h"
+#include "Kob/Described.h"
 #include "Kob/GenericIfException.h"
 
 namespace Agent {

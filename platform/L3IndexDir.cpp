@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Kob/Description.h"
+#include "Kob/Described.h"
 
 namespace FyrL3Intf {
 

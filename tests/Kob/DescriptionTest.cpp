@@ -1,6 +1,6 @@
 // What describing a type registers: in which order, with what, and when.
 
-#include "Kob/Description.h"
+#include "Kob/Described.h"
 
 #include <gtest/gtest.h>
 

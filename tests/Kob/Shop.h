@@ -9,7 +9,7 @@
 
 #include "Kob/AccessorFamily.h"
 #include "Kob/Activity.h"
-#include "Kob/Description.h"
+#include "Kob/Described.h"
 #include "Kob/Entity.h"
 
 namespace KobTest {
