@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -101,6 +102,15 @@ std::string readUntil(int terminal, const std::string& mark) {
   return text;
 }
 
+/// Until the user of the terminal reads keys, not lines; a few seconds at most.
+void waitForEditor(int terminal) {
+  termios state{};
+  for (int attempt = 0; attempt < 5000; ++attempt) {
+    if (tcgetattr(terminal, &state) == 0 && (state.c_lflag & ICANON) == 0) return;
+    usleep(1000);
+  }
+}
+
 }  // namespace
 
 ProgramRun runProgram(const std::vector<std::string>& arguments, const std::string& input) {
@@ -169,6 +179,9 @@ ProgramRun runProgramAsSeen(const std::vector<std::string>& arguments, const std
   return {exitCode, out.content(), ""};
 }
 
+/// A program that waits for keys that nobody types is ended by then.
+constexpr unsigned secondsAtMost = 120;
+
 ProgramRun typeAtProgram(const std::vector<std::string>& arguments, const std::string& prompt,
                          const std::vector<std::string>& keys) {
   const int controller = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -177,6 +190,7 @@ ProgramRun typeAtProgram(const std::vector<std::string>& arguments, const std::s
   const int user = open(ptsname(controller), O_RDWR | O_NOCTTY | O_CLOEXEC);
   const pid_t child = start(arguments, [&] {
     setenv("TERM", "dumb", 1);
+    alarm(secondsAtMost);
     setsid();
     ioctl(user, TIOCSCTTY, 0);
     dup2(user, STDIN_FILENO);
@@ -184,9 +198,13 @@ ProgramRun typeAtProgram(const std::vector<std::string>& arguments, const std::s
     dup2(user, STDERR_FILENO);
   });
   close(user);
+  // What is typed between two lines, while the terminal is not the editor's, is not for the editor.
+  // So a prompt counts where a line begins, not where the editor draws its line again.
+  std::string mark = prompt;
   std::string seen;
   for (const std::string& typed : keys) {
-    seen += readUntil(controller, prompt);
+    seen += readUntil(controller, std::exchange(mark, "\n" + prompt));
+    waitForEditor(controller);
     if (write(controller, typed.data(), typed.size()) < 0) break;
   }
   seen += readAll(controller);
