@@ -129,9 +129,7 @@ TableIf::GenericIf_(const Kob::Ptr<Table>& table, bool readOnly) : Described(tab
   kobHeldIs(false);
 }
 
-TableIf::~GenericIf_() {
-  if (adapter_) adapter_->kobReactorAdapterIs(nullptr);
-}
+TableIf::~GenericIf_() { adapter_->kobReactorAdapterIs(nullptr); }
 
 const Kob::Description& TableIf::description() { return tableDescription; }
 

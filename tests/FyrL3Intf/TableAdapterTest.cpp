@@ -319,6 +319,15 @@ TEST_F(TableAdapterTest, TheSameMarkAgainChangesNothing) {
   EXPECT_TRUE(adapter->hasNotificationActive());
 }
 
+TEST_F(TableAdapterTest, TheSameMarkOfTheWrapperAgainChangesNothing) {
+  EXPECT_FALSE(wrapper->kobDoZombieReactors(false));
+  EXPECT_EQ(members(), 1U);
+  wrapper->kobDoZombieReactors(true);
+  wrapper->hasNotificationActiveIs(true);
+  EXPECT_TRUE(wrapper->kobDoZombieReactors(true));
+  EXPECT_TRUE(wrapper->hasNotificationActive());
+}
+
 TEST_F(TableAdapterTest, AZombieWithoutATableIsOnlyMarked) {
   adapter->notifierIs(nullptr);
   EXPECT_TRUE(adapter->kobDoZombieReactors(true));
