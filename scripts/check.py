@@ -198,6 +198,12 @@ def type_names_inputs():
     return [library_paths("release")[-1], *sorted(objects)]
 
 
+def long_model():
+    """Compares the library with its model over many more random sequences than the tests of every day do."""
+    program = BUILD / "O2" / "bin" / "FyrL3IntfTest"
+    return run(program, "--gtest_filter=Model.AgreesWithTheLibrary*", FYRL3INTF_MODEL_SEQUENCES="100000")
+
+
 def check(extent):
     tally = Tally()
     build_and_test(tally, "g++", "dev")
@@ -228,6 +234,7 @@ def check(extent):
     if extent == "--all":
         build_and_test(tally, "clang", "clang")
         build_and_test(tally, "-O2", "O2")
+        tally.step("model: 100,000 sequences", long_model)
         build_and_test(tally, "-O3", "O3")
         build_and_test(tally, "valgrind", "valgrind", prefix=VALGRIND)
     return tally
