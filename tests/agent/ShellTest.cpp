@@ -241,8 +241,8 @@ TEST_F(TerminalTest, KeepsTheHistoryUnderHomeWithoutAFolderOfItsOwn) {
   const char* const home = std::getenv("HOME");
   const std::string former = home != nullptr ? home : "";
   unsetenv("XDG_STATE_HOME");
-  setenv("HOME", "/home/x", 1);
-  EXPECT_EQ(historyFile(), "/home/x/.local/state/fyrl3/history");
+  setenv("HOME", folder_.c_str(), 1);
+  EXPECT_EQ(historyFile(), folder_ + "/.local/state/fyrl3/history");
   unsetenv("HOME");
   EXPECT_EQ(historyFile(), "");
   if (home != nullptr) setenv("HOME", former.c_str(), 1);
