@@ -290,13 +290,17 @@ class HashMapIteratorState final : public GenericIf::IteratorState {
   typename Map::IteratorConst place_;
 };
 
+/// The collection that `Access` reaches.
+template <class Access>
+using MapOf =
+    std::remove_cvref_t<decltype(Access::map(std::declval<const typename Access::Object&>()))>;
+
 /// Operates a collection. `Access` says how: `map(object)` and `read(object, key)`, and for
 /// collections that can be modified `write(object, key, call)` and `del(object, key)`. A collection
 /// that `walks` answers its keys one after the other.
 template <class Access>
 Ptr<GenericIf> operateCollection(const AttributeCall& call) {
-  using Map =
-      std::remove_cvref_t<decltype(Access::map(std::declval<const typename Access::Object&>()))>;
+  using Map = MapOf<Access>;
   using Key = typename Map::KeyType;
   constexpr bool modifies =
       requires(typename Access::Object& object, const Key& key) { Access::del(object, key); };
@@ -340,9 +344,9 @@ Ptr<GenericIf> operateCollection(const AttributeCall& call) {
 template <class Access>
 std::unique_ptr<GenericIf::IteratorState> iterateCollection(const void* object,
                                                             const GenericIf* key) {
-  const auto& map = Access::map(*static_cast<const typename Access::Object*>(object));
-  using Map = std::remove_cvref_t<decltype(map)>;
+  using Map = MapOf<Access>;
   using Key = typename Map::KeyType;
+  const Map& map = Access::map(*static_cast<const typename Access::Object*>(object));
   if (key == nullptr) {
     return std::make_unique<HashMapIteratorState<Map>>(typename Map::IteratorConst(&map));
   }
@@ -389,8 +393,7 @@ template <auto get>
 template <class Access>
 [[nodiscard]] consteval AttributeRow collection(const char* name, AttributeId id,
                                                 AttributeFlags flags, std::uint32_t kindCode) {
-  using Map =
-      std::remove_cvref_t<decltype(Access::map(std::declval<const typename Access::Object&>()))>;
+  using Map = MapOf<Access>;
   return {.name = name,
           .id = id,
           .flags = flags,
@@ -401,8 +404,8 @@ template <class Access>
           .iterate = iterateCollection<Access>};
 }
 
-/// A collection that makes its entries itself, from the parameters that are named here: those of
-/// `Make`, then the key.
+/// A collection that makes its entries itself. The parameters are those that an entry is made from,
+/// then the key.
 template <class Access, class... Parameters, std::size_t count>
 [[nodiscard]] consteval AttributeRow instantiatingCollection(
     const char* name, AttributeId id, AttributeFlags flags,
@@ -452,15 +455,12 @@ template <auto target, std::size_t count>
   }
 
 /// The same of a collection of values that can be modified.
-#define KOB_COLLECTION_ACCESS(Access, Class, x)                                              \
-  struct Access {                                                                            \
-    using Object = Class;                                                                    \
-    using Map = std::remove_cvref_t<decltype(std::declval<const Class&>().x##Collection())>; \
-    static constexpr bool walks = true;                                                      \
-    static const auto& map(const Class& object) { return object.x##Collection(); }           \
-    static auto read(Class& object, const auto& key) { return object.x(key); }               \
-    static void write(Class& object, const auto& key, const ::Kob::AttributeCall& call) {    \
-      object.x##Is(key, call.newValue<typename Map::ValueType>());                           \
-    }                                                                                        \
-    static void del(Class& object, const auto& key) { object.x##Del(key); }                  \
+#define KOB_COLLECTION_ACCESS(Access, Class, x)                                           \
+  KOB_COLLECTION_LOOKUP(Access##Lookup, Class, x);                                        \
+  struct Access : Access##Lookup {                                                        \
+    static void write(Class& object, const auto& key, const ::Kob::AttributeCall& call) { \
+      using Value = typename ::Kob::MapOf<Access##Lookup>::ValueType;                     \
+      object.x##Is(key, call.newValue<Value>());                                          \
+    }                                                                                     \
+    static void del(Class& object, const auto& key) { object.x##Del(key); }               \
   }
