@@ -99,8 +99,7 @@ ConfigSm::IntfSet::_Type::_Type() : ValueType(IntfSet::kobTypeName) {}
 ConfigSm::IntfSet::_Type::~_Type() = default;
 Kob::Ptr<Kob::GenericIf> ConfigSm::IntfSet::_Type::genericIf(const Kob::GenericIf* list,
                                                              bool readOnly) {
-  const auto made = GenericIf_::genericIfListConstructor(Kob::Ptr(list));
-  return Kob::generic(*Kob::valueIn<IntfSet>(made.get()), readOnly);
+  return Kob::restricted(GenericIf_::genericIfListConstructor(Kob::Ptr(list)), readOnly);
 }
 
 SwitchIntfConfigSm::GenericIf_::GenericIf_(const Kob::Ptr<SwitchIntfConfigSm>& machine,
@@ -146,9 +145,7 @@ const Kob::Description& ConfigSm::IntfSet::GenericIf_::description() {
 }
 Kob::Ptr<Kob::GenericIf> ConfigSm::IntfSet::GenericIf_::genericIfListConstructor(
     const Kob::Ptr<const GenericIf>& list) {
-  const auto makeEmpty = [] { return IntfSet(); };
-  return Kob::generic(Kob::applyList<std::tuple<>>(
-      Kob::listOf(list.get(), description().constructorRefusal), {}, "IntfSet", makeEmpty));
+  return Kob::generic(Kob::constructFromList<&Published::emptySet>(list, description()));
 }
 
 // ---------------------------------------------------------------------------------------------

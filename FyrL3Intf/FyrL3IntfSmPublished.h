@@ -66,6 +66,8 @@ inline constexpr Kob::AttributeRow switchIntfConfigSmRows[] = {
 };
 inline constinit Kob::KobAttr* switchIntfConfigSmHandles[std::size(switchIntfConfigSmRows)] = {};
 
+inline IntfSet emptySet() { return {}; }
+
 inline constexpr Kob::AttributeRow intfSetRows[] = {
     Kob::collection<Members>("member", IntfSet::memberId, {0x01A20107, 0x00000400}, 2),
 };

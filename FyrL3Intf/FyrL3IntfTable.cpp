@@ -134,7 +134,7 @@ TableIf::~GenericIf_() { adapter_->kobReactorAdapterIs(nullptr); }
 const Kob::Description& TableIf::description() { return tableDescription; }
 
 Kob::Ptr<Kob::GenericIf> TableIf::genericIfListConstructor(const Kob::Ptr<const GenericIf>& list) {
-  return {new GenericIf_(Kob::constructFromList<&tableFactory>(list, tableDescription), false)};
+  return Kob::generic(Kob::constructFromList<&tableFactory>(list, description()));
 }
 
 Kob::Ptr<Adapter> TableIf::GenericIf_Adapter_Is(const Kob::Ptr<Table>& table,

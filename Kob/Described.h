@@ -101,6 +101,11 @@ class KOB_EXPORT Described : public Base {
   }
 };
 
+/// What a list constructor made; wrapped read-only where that is asked for.
+[[nodiscard]] inline Ptr<GenericIf> restricted(const Ptr<GenericIf>& made, bool readOnly) {
+  return readOnly ? Ptr(const_cast<GenericIf*>(std::as_const(*made).clone().get())) : made;
+}
+
 /// The type object of a class of objects that has a generic interface of its own, which can make
 /// instances from lists.
 template <class T>
@@ -111,8 +116,7 @@ class KOB_EXPORT DescribedObjectType : public ObjectType<T, typename T::GenericI
 
   using KobType::genericIf;
   Ptr<GenericIf> genericIf(const GenericIf* list, bool readOnly) override {
-    const auto made = T::GenericIf_::genericIfListConstructor(Ptr<const GenericIf>(list));
-    return readOnly ? Ptr(const_cast<GenericIf*>(std::as_const(*made).clone().get())) : made;
+    return restricted(T::GenericIf_::genericIfListConstructor(Ptr(list)), readOnly);
   }
 };
 
