@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "Kob/Assert.h"
@@ -89,6 +90,31 @@ class KOB_EXPORT ListRaw {
   T* tail_ = nullptr;
 };
 
+/// Room for the pointers of a snapshot. Up to `inlineSize` of them are in the object itself, so
+/// that a walk over few notifiees allocates nothing; more are on the heap, in a block that the next
+/// walk uses again. One walk inside the other has a block of its own.
+class KOB_EXPORT SnapshotRoom {
+ public:
+  static constexpr std::size_t inlineSize = 16;
+
+  explicit SnapshotRoom(std::size_t size) : cells_(size <= inlineSize ? inline_ : borrow(size)) {}
+  SnapshotRoom(const SnapshotRoom&) = delete;
+  SnapshotRoom& operator=(const SnapshotRoom&) = delete;
+  ~SnapshotRoom() {
+    if (cells_ != inline_) giveBack();
+  }
+
+  [[nodiscard]] void*& operator[](std::size_t at) const noexcept { return cells_[at]; }
+
+ private:
+  void** borrow(std::size_t size);
+  void giveBack() noexcept;
+
+  std::unique_ptr<std::vector<void*>> block_;
+  void** cells_;
+  void* inline_[inlineSize];
+};
+
 template <class List>
 class SnapshotIterator;
 
@@ -98,30 +124,41 @@ class SnapshotIterator;
 template <class T>
 class SnapshotIterator<ListRaw<T>> {
  public:
-  explicit SnapshotIterator(const ListRaw<T>& list) {
-    members_.reserve(list.members());
+  explicit SnapshotIterator(const ListRaw<T>& list) : members_(list.members()), room_(members_) {
+    std::size_t at = 0;
     for (T* member = list.head(); member != nullptr; member = list.next(member)) {
-      members_.emplace_back(member);
+      member->referencesInc();
+      room_[at++] = member;
     }
+  }
+  SnapshotIterator(const SnapshotIterator&) = delete;
+  SnapshotIterator& operator=(const SnapshotIterator&) = delete;
+  /// Releases the members that were not visited.
+  ~SnapshotIterator() {
+    for (; at_ < members_; ++at_) member()->referencesDec();
   }
 
   /// Whether the iterator stands on a member.
-  explicit operator bool() const noexcept { return at_ < members_.size(); }
-  T& operator*() const noexcept { return *members_[at_]; }
-  T* operator->() const noexcept { return members_[at_].get(); }
+  explicit operator bool() const noexcept { return at_ < members_; }
+  T& operator*() const noexcept { return *member(); }
+  T* operator->() const noexcept { return member(); }
 
   /// Releases the visited member and goes to the next that is still held by somebody else.
   SnapshotIterator& operator++() noexcept {
     do {
-      members_[at_] = nullptr;
+      T* const visited = member();
       ++at_;
-    } while (at_ < members_.size() && members_[at_]->references() == 1);
+      visited->referencesDec();
+    } while (at_ < members_ && member()->references() == 1);
     return *this;
   }
 
  private:
-  std::vector<Ptr<T>> members_;
+  [[nodiscard]] T* member() const noexcept { return static_cast<T*>(room_[at_]); }
+
+  std::size_t members_;
   std::size_t at_ = 0;
+  SnapshotRoom room_;
 };
 
 }  // namespace Kob

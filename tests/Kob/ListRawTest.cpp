@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -203,6 +204,20 @@ TEST_F(SnapshotIterator, DoesNotVisitThoseThatJoinedLater) {
   const Ptr<Guest> late(new Guest(9));
   party.list.newMember(late.get());
   EXPECT_EQ(rest(snapshot), (Numbers{0, 1}));
+}
+
+TEST_F(SnapshotIterator, WalksManyMembersOneWalkInsideTheOther) {
+  for (const int count : {16, 17, 300, 40}) {
+    Numbers all(static_cast<std::size_t>(count));
+    std::iota(all.begin(), all.end(), 0);
+    const Party party(count);
+    Snapshot outer(party.list);
+    ++outer;
+    Snapshot inner(party.list);
+    EXPECT_EQ(rest(inner), all);
+    EXPECT_EQ(rest(outer), Numbers(all.begin() + 1, all.end()));
+    EXPECT_EQ(party.at(count - 1)->references(), 1U);
+  }
 }
 
 TEST_F(SnapshotIterator, GivesItsReferencesBackWhenAWalkIsGivenUp) {
