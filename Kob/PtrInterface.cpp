@@ -3,6 +3,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "Kob/Slab.h"
 #include "Kob/TypeName.h"
 #include "Kob/WeakHolds.h"
 
@@ -45,13 +46,21 @@ void VFPtrInterface::handleZeroRef() const noexcept {
 
 PtrInterface::~PtrInterface() = default;
 
+#ifdef KOB_SLAB
+void* PtrInterface::operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
+  return Slab::allocate(size);
+}
+void PtrInterface::operator delete(void* object, std::size_t size) noexcept {
+  Slab::release(object, size);
+}
+#else
 void* PtrInterface::operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
   return ::operator new(size);
 }
-
 void PtrInterface::operator delete(void* object, std::size_t /*size*/) noexcept {
   ::operator delete(object);
 }
+#endif
 
 bool ptrifTrackOn_ = false;
 
