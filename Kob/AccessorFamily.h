@@ -92,15 +92,6 @@ template <class Policy, class Map, class Key, class Value, class Insert>
   return true;
 }
 
-/// Takes the entry, which may be null, out of the collection and returns it; null when it was not
-/// there.
-template <class Map, class Entry>
-[[nodiscard]] Ptr<Entry> entryTake(Map& map, const Ptr<Entry>& entry) {
-  Ptr<Entry> taken = entry;
-  if (taken && !map.deleteMember(taken.get())) taken = nullptr;
-  return taken;
-}
-
 /// REQUIRES: the iterator belongs to this collection; one of another is fatal.
 template <class Iterator, class Map>
 void checkIterator(const Iterator& it, const Map& map) {
@@ -150,19 +141,18 @@ void checkIterator(const Iterator& it, const Map& map) {
   Value x##Del(::Kob::Passed<Key> key) { return x##EntryDel(x##_[key]); }                 \
   Value x##Del(X##Collection::Iterator& it) {                                             \
     ::Kob::checkIterator(it, x##_);                                                       \
-    return x##EntryDel(it.ptr());                                                         \
+    const ::Kob::Ptr<Kob##X> entry = it.ptr();                                            \
+    return x##EntryDel(entry);                                                            \
   }                                                                                       \
   KOB_COLLECTION_COMMON(x, X, Key);                                                       \
                                                                                           \
  private:                                                                                 \
   Value x##EntryDel(const ::Kob::Ptr<Kob##X>& entry) {                                    \
-    Value former = entry ? Value(entry->value()) : Value();                               \
-    if (const auto taken = ::Kob::entryTake(x##_, entry)) {                               \
-      ::Kob::countChange(this);                                                           \
-      x##Notify(taken->fwkKey());                                                         \
-    } else {                                                                              \
-      former = Value();                                                                   \
-    }                                                                                     \
+    if (!entry) return Value();                                                           \
+    Value former(entry->value());                                                         \
+    if (!x##_.deleteMember(entry.get())) return Value();                                  \
+    ::Kob::countChange(this);                                                             \
+    x##Notify(entry->fwkKey());                                                           \
     return former;                                                                        \
   }                                                                                       \
                                                                                           \
@@ -189,13 +179,11 @@ void checkIterator(const Iterator& it, const Map& map) {
   KOB_COLLECTION_COMMON(x, X, Key);                                                    \
                                                                                        \
  private:                                                                              \
-  ::Kob::Ptr<Object> x##EntryDel(const ::Kob::Ptr<Object>& entry) {                    \
-    auto taken = ::Kob::entryTake(x##_, entry);                                        \
-    if (taken) {                                                                       \
-      ::Kob::countChange(this);                                                        \
-      x##Notify(taken->fwkKey());                                                      \
-    }                                                                                  \
-    return taken;                                                                      \
+  ::Kob::Ptr<Object> x##EntryDel(::Kob::Ptr<Object> entry) {                           \
+    if (!entry || !x##_.deleteMember(entry.get())) return nullptr;                     \
+    ::Kob::countChange(this);                                                          \
+    x##Notify(entry->fwkKey());                                                        \
+    return entry;                                                                      \
   }                                                                                    \
                                                                                        \
  public:                                                                               \

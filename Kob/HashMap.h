@@ -69,6 +69,8 @@ class KOB_EXPORT HashMapEntry : public PtrInterface {
 
   [[nodiscard]] const Key& fwkKey() const noexcept { return key_; }
   [[nodiscard]] const Value& value() const noexcept { return value_; }
+  /// The value, to be changed where it stands.
+  [[nodiscard]] Value& mutableValue() noexcept { return value_; }
   /// Overwrites the value in place.
   void valueIs(const Value& value) { value_ = value; }
 
@@ -83,7 +85,7 @@ class KOB_EXPORT HashMapEntry : public PtrInterface {
 /// The key handling of one entry type: one object per process, made on first use and never
 /// destroyed.
 template <class Entry, class Key>
-class KOB_EXPORT HashMapVTable : public HashMapGeneric::VTable {
+class KOB_EXPORT HashMapVTable final : public HashMapGeneric::VTable {
  public:
   static const HashMapVTable& instance() {
     static const HashMapVTable& vTable = *new HashMapVTable;
@@ -136,7 +138,7 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
       : HashMap(other.buckets()) {
     for (IteratorConst it(&other); it; ++it) {
       const Ptr<Entry> copy(new Entry(it.key(), *it));
-      insert(copy.get(), &copy->fwkKey());
+      this->insertWith(keys(), copy.get(), &copy->fwkKey());
     }
   }
   /// As copying; the old content is kept when memory runs out. Assigning itself changes nothing.
@@ -155,7 +157,12 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
 
   /// The entry of this key, or null; valid while it is in the collection.
   [[nodiscard]] Entry* find(const Key& key) const {
-    Entry* entry = static_cast<Entry*>(bucketHead(bucketOf(reversedHash(key))));
+    const std::uint32_t hash = reversedHash(key);
+    const std::uint32_t bucket = bucketOf(hash);
+    if (!mayHold(bucket, hash)) return nullptr;
+    Entry* entry = static_cast<Entry*>(bucketHead(bucket));
+    // First or second? Guessed wrong that costs more than the look-up, so it is no branch.
+    entry = chosen(entry->fwkKey() == key, entry, HashMapLink::of(*entry).get());
     while (entry != nullptr && !(entry->fwkKey() == key)) entry = HashMapLink::of(*entry).get();
     return entry;
   }
@@ -163,11 +170,20 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
   /// Inserts the entry under its own key. REQUIRES: the key is absent; a second one is fatal.
   void newMember(const Ptr<Entry>& entry) {
     const Key& key = entry->fwkKey();
-    newMemberG(entry.get(), &key);
+    this->newMemberWith(keys(), entry.get(), &key);
   }
+  /// Unlinks the entry and gives the collection's reference back; false when it is not here.
+  bool deleteMember(Entry* entry) { return this->deleteMemberWith(keys(), entry); }
 
  private:
   static constexpr unsigned defaultSize = 4;
+
+  static const HashMapVTable<Entry, Key>& keys() { return HashMapVTable<Entry, Key>::instance(); }
+  static Entry* chosen(bool first, Entry* one, Entry* other) noexcept {
+    const std::uintptr_t mask = std::uintptr_t{0} - std::uintptr_t{first};
+    return reinterpret_cast<Entry*>((reinterpret_cast<std::uintptr_t>(one) & mask) |
+                                    (reinterpret_cast<std::uintptr_t>(other) & ~mask));
+  }
 };
 
 /// Stands on an entry, or at the end. May stay in use while the collection changes: it keeps its

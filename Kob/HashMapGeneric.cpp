@@ -1,6 +1,6 @@
 #include "Kob/HashMapGeneric.h"
 
-#include <cstring>
+#include <algorithm>
 #include <utility>
 
 namespace Kob {
@@ -22,115 +22,44 @@ HashMapGeneric::VTable::~VTable() = default;
 
 HashMapGeneric::HashMapGeneric(unsigned initialSize, const VTable& vTable, std::uint16_t nextOffset)
     : vTable_(&vTable),
-      bits_(bitsFor(initialSize)),
+      bits_(0),
       nextOffset_(nextOffset),
-      buckets_(std::make_unique<PtrInterface*[]>(buckets())) {}
+      room_(roomOf(1)),
+      buckets_(inlineBuckets_),
+      filters_(inlineFilters_) {
+  setSize0(initialSize);
+}
 
 HashMapGeneric::~HashMapGeneric() { emptyAllBuckets(); }
 
-PtrInterface* HashMapGeneric::next(const PtrInterface* entry) const noexcept {
-  // The link is a Ptr to the entry's own type, whose bytes are the pointer.
-  PtrInterface* next = nullptr;
-  std::memcpy(static_cast<void*>(&next), reinterpret_cast<const char*>(entry) + nextOffset_,
-              sizeof(void*));
-  return next;
+std::uint32_t HashMapGeneric::roomOf(std::uint32_t buckets) noexcept {
+  // Measured: sparse tables are faster as long as their buckets stay in the second-level cache.
+  constexpr std::uint32_t sparse = 1U << 14U;
+  constexpr std::uint32_t half = 1U << 17U;
+  if (buckets <= inlineBuckets || buckets > half) return buckets;
+  return buckets <= sparse ? buckets / 4 : buckets / 2;
 }
 
-bool HashMapGeneric::comesAfter(const PtrInterface* entry, std::uint32_t hash, const void* key,
-                                const PtrInterface* other, bool strict) const {
-  const std::uint32_t entryHash = vTable_->hash(entry);
-  if (entryHash != hash) return entryHash > hash;
-  if (vTable_->keyLessThan(key, entry, other)) return true;
-  return !strict && vTable_->keyEquals(key, entry);
-}
-
-PtrInterface* HashMapGeneric::seek(std::uint32_t hash, const void* key, const PtrInterface* other,
-                                   bool strict, PtrInterface*& before) const {
-  before = nullptr;
-  PtrInterface* entry = buckets_[bucketOf(hash)];
-  while (entry != nullptr && !comesAfter(entry, hash, key, other, strict)) {
-    before = entry;
-    entry = next(entry);
-  }
-  return entry;
-}
-
-void HashMapGeneric::newMemberG(PtrInterface* entry, const void* key) {
-  if (members_ >= buckets()) {
-    KOB_ASSERT_UNTESTABLE(bits_ < maxBits, "bits < maxBits",
-                          "void Kob::HashMapGeneric::newMemberG(Kob::PtrInterface*, const void*)",
-                          "2^31 entries take hundreds of gigabytes");
-    setSize0(buckets() * 2);
-  }
-  insert(entry, key);
-}
-
-void HashMapGeneric::insert(PtrInterface* entry, const void* key) {
-  KOB_ASSERT(next(entry) == nullptr, "next( entry ) == 0",
-             "void Kob::HashMapGeneric::insert(Kob::PtrInterface*, const void*)");
-  const std::uint32_t hash = vTable_->hash(entry);
-  PtrInterface* before = nullptr;
-  PtrInterface* const after = seek(hash, key, nullptr, true, before);
-  KOB_ASSERT(before == nullptr || !vTable_->keyEquals(key, before), "!isMemberOf( key )",
-             "void Kob::HashMapGeneric::newMemberG(Kob::PtrInterface*, const void*)");
-  vTable_->setNext(entry, after);
-  if (before != nullptr) {
-    vTable_->setNext(before, entry);
-  } else {
-    entry->referencesInc();
-    buckets_[bucketOf(hash)] = entry;
-    if (after != nullptr) after->referencesDec();
-  }
-  ++modificationCount_;
-  ++members_;
-}
-
-bool HashMapGeneric::deleteMember(PtrInterface* entry) {
-  const std::uint32_t bucket = bucketOf(vTable_->hash(entry));
-  PtrInterface* before = nullptr;
-  PtrInterface* at = buckets_[bucket];
-  while (at != nullptr && at != entry) {
-    before = at;
-    at = next(at);
-  }
-  if (at == nullptr) return false;
-  unlink(bucket, before, entry);
-  return true;
-}
-
-void HashMapGeneric::unlink(std::uint32_t bucket, PtrInterface* before, PtrInterface* entry) {
-  // Kept until the collection is whole again: the entry's destructor may use it.
-  const Ptr<PtrInterface> keep(entry);
-  PtrInterface* const after = next(entry);
-  if (before != nullptr) {
-    vTable_->setNext(before, after);
-  } else {
-    if (after != nullptr) after->referencesInc();
-    buckets_[bucket] = after;
-    entry->referencesDec();
-  }
-  vTable_->setNext(entry, nullptr);
-  ++modificationCount_;
-  --members_;
-}
-
-PtrInterface* HashMapGeneric::findNextBucket(Cursor& cursor) const {
-  while (++cursor.bucket < buckets()) {
-    if (PtrInterface* const first = buckets_[cursor.bucket]) return first;
-  }
-  return nullptr;
+void HashMapGeneric::grow() {
+  KOB_ASSERT_UNTESTABLE(bits_ < maxBits, "bits < maxBits",
+                        "void Kob::HashMapGeneric::newMemberG(Kob::PtrInterface*, const void*)",
+                        "2^31 entries take hundreds of gigabytes");
+  std::uint32_t size = buckets();
+  do {
+    size *= 2;
+  } while (roomOf(size) <= members_);
+  setSize0(size);
 }
 
 PtrInterface* HashMapGeneric::findNextG(const PtrInterface* after, Cursor& cursor) const {
   if (after == nullptr) {
-    cursor.bucket = 0;
-    PtrInterface* const first = buckets_[0];
-    return first != nullptr ? first : findNextBucket(cursor);
+    cursor.bucket = usedBucket(0);
+    return cursor.bucket < buckets() ? buckets_[cursor.bucket] : nullptr;
   }
   const std::uint32_t hash = vTable_->hash(after);
   cursor.bucket = bucketOf(hash);
   PtrInterface* before = nullptr;
-  PtrInterface* const found = seek(hash, nullptr, after, true, before);
+  PtrInterface* const found = seek(*vTable_, hash, nullptr, after, true, before);
   return found != nullptr ? found : findNextBucket(cursor);
 }
 
@@ -138,40 +67,77 @@ PtrInterface* HashMapGeneric::startAtHash(const void* key, std::uint32_t hash,
                                           Cursor& cursor) const {
   cursor.bucket = bucketOf(hash);
   PtrInterface* before = nullptr;
-  PtrInterface* const found = seek(hash, key, nullptr, false, before);
+  PtrInterface* const found = seek(*vTable_, hash, key, nullptr, false, before);
   return found != nullptr ? found : findNextBucket(cursor);
 }
 
+void HashMapGeneric::unlinked(std::uint32_t bucket, std::uint8_t groups, PtrInterface* entry) {
+  nextIs(entry, bucket, nullptr);
+  filters_[bucket] = groups;
+  ++modificationCount_;
+  --members_;
+  // Last, when the collection is whole again: the entry's destructor may use it.
+  entry->referencesDec();
+}
+
 void HashMapGeneric::emptyAllBuckets() noexcept {
-  for (std::uint32_t bucket = 0; bucket < buckets(); ++bucket) {
+  for (std::uint32_t bucket = usedBucket(0); bucket < buckets(); bucket = usedBucket(bucket + 1)) {
     // One entry after the other, so that a long chain is not released recursively.
-    while (PtrInterface* const first = buckets_[bucket]) unlink(bucket, nullptr, first);
+    while (PtrInterface* const first = buckets_[bucket]) {
+      buckets_[bucket] = next(first);
+      unlinked(bucket, buckets_[bucket] != nullptr ? filters_[bucket] : std::uint8_t{0}, first);
+    }
   }
 }
 
 void HashMapGeneric::setSize0(unsigned size) {
   const std::uint8_t bits = bitsFor(size);
-  auto buckets = std::make_unique<PtrInterface*[]>(std::size_t{1} << bits);
-  const std::uint32_t oldBuckets = this->buckets();
-  buckets_.swap(buckets);
+  const std::size_t buckets = std::size_t{1} << bits;
+  if (buckets <= inlineBuckets) {
+    // From and to the object's own buckets the entries go by way of a copy of them.
+    PtrInterface* fewBuckets[inlineBuckets] = {};
+    std::uint8_t fewFilters[filtersPerWord] = {};
+    arrange(fewBuckets, fewFilters, bits);
+    std::ranges::copy(fewBuckets, inlineBuckets_);
+    std::ranges::copy(fewFilters, inlineFilters_);
+    buckets_ = inlineBuckets_;
+    filters_ = inlineFilters_;
+    heap_ = nullptr;
+    return;
+  }
+  const std::size_t filterWords = (buckets + filtersPerWord - 1) / filtersPerWord;
+  auto heap = std::make_unique<std::uint64_t[]>(buckets + filterWords);
+  auto* const heapBuckets = reinterpret_cast<PtrInterface**>(heap.get());
+  auto* const heapFilters = reinterpret_cast<std::uint8_t*>(heap.get() + buckets);
+  arrange(heapBuckets, heapFilters, bits);
+  buckets_ = heapBuckets;
+  filters_ = heapFilters;
+  heap_ = std::move(heap);
+}
+
+void HashMapGeneric::arrange(PtrInterface** newBuckets, std::uint8_t* newFilters,
+                             std::uint8_t bits) noexcept {
+  PtrInterface* const* const oldBuckets = buckets_;
+  const std::uint32_t oldSize = buckets();
   bits_ = bits;
+  room_ = roomOf(buckets());
   ++modificationCount_;  // Iterators know their bucket by its number.
   // The order is the same in both arrangements: each entry goes to the tail of its new bucket.
   PtrInterface* tail = nullptr;
   std::uint32_t tailBucket = 0;
-  for (std::uint32_t old = 0; old < oldBuckets; ++old) {
-    PtrInterface* entry = buckets[old];
+  for (std::uint32_t old = 0; old < oldSize; ++old) {
+    PtrInterface* entry = oldBuckets[old];
     while (entry != nullptr) {
       PtrInterface* const after = next(entry);
-      if (after != nullptr) after->referencesInc();
-      vTable_->setNext(entry, nullptr);
-      const std::uint32_t bucket = bucketOf(vTable_->hash(entry));
+      const std::uint32_t hash = vTable_->hash(entry);
+      const std::uint32_t bucket = bucketOf(hash);
+      nextIs(entry, bucket, nullptr);
       if (tail != nullptr && bucket == tailBucket) {
-        vTable_->setNext(tail, entry);
-        entry->referencesDec();
+        nextIs(tail, bucket, entry);
       } else {
-        buckets_[bucket] = entry;
+        newBuckets[bucket] = entry;
       }
+      newFilters[bucket] |= group(hash);
       tail = entry;
       tailBucket = bucket;
       entry = after;
@@ -179,10 +145,30 @@ void HashMapGeneric::setSize0(unsigned size) {
   }
 }
 
+void HashMapGeneric::refuseLinked() noexcept {
+  assertFail("next( entry ) == 0", sourceName(__FILE__), __LINE__,
+             "void Kob::HashMapGeneric::insert(Kob::PtrInterface*, const void*)");
+}
+
+void HashMapGeneric::refuseSecond() noexcept {
+  assertFail("!isMemberOf( key )", sourceName(__FILE__), __LINE__,
+             "void Kob::HashMapGeneric::newMemberG(Kob::PtrInterface*, const void*)");
+}
+
 void HashMapGeneric::swap(HashMapGeneric& other) noexcept {
   std::swap(bits_, other.bits_);
-  buckets_.swap(other.buckets_);
+  std::swap(room_, other.room_);
   std::swap(members_, other.members_);
+  heap_.swap(other.heap_);
+  std::swap(inlineBuckets_, other.inlineBuckets_);
+  std::swap(inlineFilters_, other.inlineFilters_);
+  std::swap(buckets_, other.buckets_);
+  std::swap(filters_, other.filters_);
+  for (HashMapGeneric* map : {this, &other}) {
+    if (map->heap_ != nullptr) continue;
+    map->buckets_ = map->inlineBuckets_;
+    map->filters_ = map->inlineFilters_;
+  }
   modificationCount_ = other.modificationCount_ = modificationCount_ + other.modificationCount_ + 1;
 }
 

@@ -12,11 +12,20 @@
 // whole collection, whatever its history and its number of buckets; and that a place can be found
 // again from the entry that marks it, even when that entry has gone.
 //
-// Growth. A collection starts with the buckets it is asked for (a power of two), doubles when it
-// holds more entries than buckets, and never shrinks by itself.
+// Growth. A collection starts with the buckets it is asked for (a power of two; up to four are in
+// the object itself), grows when it holds more entries than `roomOf` its buckets, and never shrinks
+// by itself. Small collections are kept sparse, because most of what a look-up costs is guessing
+// wrong whether the first entry of a chain is the one; large ones dense, because they cost memory.
+//
+// Filter. Beside the buckets lies one byte for each: which of eight groups, told apart by the three
+// hash bits after those that choose the bucket, have an entry in its chain; none if and only if the
+// chain is empty. It ends most misses without touching an entry, and a walk skips empty buckets
+// eight at a time.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "Kob/Export.h"
@@ -68,9 +77,9 @@ class KOB_EXPORT HashMapGeneric {
   /// entry of one key is fatal, and so is one that is linked elsewhere (the last of a chain shows
   /// no link, and is not noticed). A collection of 2^31 entries takes no more: one more is fatal.
   /// Throws std::bad_alloc, and has not inserted, when growing fails.
-  void newMemberG(PtrInterface* entry, const void* key);
+  void newMemberG(PtrInterface* entry, const void* key) { newMemberWith(*vTable_, entry, key); }
   /// Unlinks the entry and gives the collection's reference back; false when it is not here.
-  bool deleteMember(PtrInterface* entry);
+  bool deleteMember(PtrInterface* entry) { return deleteMemberWith(*vTable_, entry); }
   /// The first entry after `after` in iteration order; with null, the first of all. `after` need
   /// not be in the collection any more. Null at the end. Sets the cursor to its bucket.
   [[nodiscard]] PtrInterface* findNextG(const PtrInterface* after, Cursor& cursor) const;
@@ -96,8 +105,19 @@ class KOB_EXPORT HashMapGeneric {
   HashMapGeneric(unsigned initialSize, const VTable& vTable, std::uint16_t nextOffset);
   ~HashMapGeneric();
 
-  /// Inserts without growing; otherwise as newMemberG.
-  void insert(PtrInterface* entry, const void* key);
+  // The operations that change the collection, for any key handling: the virtual one of the core,
+  // or that of one entry type, which the compiler sees through.
+
+  template <class Keys>
+  void newMemberWith(const Keys& keys, PtrInterface* entry, const void* key) {
+    if (members_ >= room_) grow();
+    insertWith(keys, entry, key);
+  }
+  /// Inserts without growing.
+  template <class Keys>
+  void insertWith(const Keys& keys, PtrInterface* entry, const void* key);
+  template <class Keys>
+  bool deleteMemberWith(const Keys& keys, PtrInterface* entry);
 
   /// Exchanges the entries of two collections of one type; the places of iterators over either are
   /// found again by key.
@@ -110,24 +130,139 @@ class KOB_EXPORT HashMapGeneric {
   [[nodiscard]] PtrInterface* bucketHead(std::uint32_t bucket) const noexcept {
     return buckets_[bucket];
   }
+  /// False only if no entry in the bucket has this hash.
+  [[nodiscard]] bool mayHold(std::uint32_t bucket, std::uint32_t hash) const noexcept {
+    return (filters_[bucket] & group(hash)) != 0;
+  }
 
  private:
-  [[nodiscard]] PtrInterface* next(const PtrInterface* entry) const noexcept;
-  /// Takes the entry out of its bucket, where `before` stands in front of it (null: nobody).
-  void unlink(std::uint32_t bucket, PtrInterface* before, PtrInterface* entry);
+  static constexpr std::uint32_t inlineBuckets = 4;
+  static constexpr std::size_t filtersPerWord = sizeof(std::uint64_t);
+
+  /// With how many entries a collection of so many buckets grows.
+  static std::uint32_t roomOf(std::uint32_t buckets) noexcept;
+
+  [[nodiscard]] std::uint8_t group(std::uint32_t hash) const noexcept {
+    const auto below = static_cast<std::uint32_t>(std::uint64_t{hash} << bits_);
+    return static_cast<std::uint8_t>(1U << (below >> 29U));
+  }
+  [[nodiscard]] PtrInterface* next(const PtrInterface* entry) const noexcept {
+    // The link is a Ptr to the entry's own type, whose bytes are the pointer.
+    PtrInterface* next = nullptr;
+    std::memcpy(static_cast<void*>(&next), reinterpret_cast<const char*>(entry) + nextOffset_,
+                sizeof next);
+    return next;
+  }
+  /// Stores a link, or the head of a bucket when `before` is null. Counts nothing: the reference
+  /// moves with the pointer.
+  void nextIs(PtrInterface* before, std::uint32_t bucket, PtrInterface* entry) noexcept {
+    if (before == nullptr) {
+      buckets_[bucket] = entry;
+    } else {
+      std::memcpy(reinterpret_cast<char*>(before) + nextOffset_, static_cast<void*>(&entry),
+                  sizeof entry);
+    }
+  }
   /// The first entry of the bucket that comes after (`strict`) or not before (hash, key) of
   /// `other`, or of `key` when `other` is null; `before` becomes the entry in front of it, or null.
-  PtrInterface* seek(std::uint32_t hash, const void* key, const PtrInterface* other, bool strict,
-                     PtrInterface*& before) const;
-  [[nodiscard]] bool comesAfter(const PtrInterface* entry, std::uint32_t hash, const void* key,
-                                const PtrInterface* other, bool strict) const;
+  template <class Keys>
+  PtrInterface* seek(const Keys& keys, std::uint32_t hash, const void* key,
+                     const PtrInterface* other, bool strict, PtrInterface*& before) const;
+  /// Lets go of an entry that has left its chain, in which these groups are left.
+  void unlinked(std::uint32_t bucket, std::uint8_t groups, PtrInterface* entry);
+  /// The first bucket from this one on that has an entry, or the number of buckets.
+  [[nodiscard]] std::uint32_t usedBucket(std::uint32_t from) const noexcept;
+  void grow();
+  [[noreturn]] static void refuseLinked() noexcept;
+  [[noreturn]] static void refuseSecond() noexcept;
+  void arrange(PtrInterface** buckets, std::uint8_t* filters, std::uint8_t bits) noexcept;
 
   std::uint32_t modificationCount_ = 0;
   const VTable* vTable_;
   std::uint8_t bits_;
   std::uint16_t nextOffset_;
-  std::unique_ptr<PtrInterface*[]> buckets_;
   std::uint32_t members_ = 0;
+  std::uint32_t room_;
+  PtrInterface** buckets_;
+  std::uint8_t* filters_;
+  // Buckets, and behind them filters, of a collection that has too many for the object itself.
+  std::unique_ptr<std::uint64_t[]> heap_;
+  PtrInterface* inlineBuckets_[inlineBuckets] = {};
+  alignas(std::uint64_t) std::uint8_t inlineFilters_[filtersPerWord] = {};
 };
+
+inline std::uint32_t HashMapGeneric::usedBucket(std::uint32_t from) const noexcept {
+  const std::uint32_t end = buckets();
+  while (from < end) {
+    std::uint64_t filters = 0;
+    const std::uint32_t word = from & ~static_cast<std::uint32_t>(filtersPerWord - 1);
+    std::memcpy(&filters, filters_ + word, sizeof filters);
+    // Little-endian: the filter of the first bucket is in the lowest byte.
+    static_assert(std::endian::native == std::endian::little);
+    filters >>= (from - word) * 8U;
+    if (filters != 0) return from + static_cast<std::uint32_t>(std::countr_zero(filters)) / 8U;
+    from = word + static_cast<std::uint32_t>(filtersPerWord);
+  }
+  return end;
+}
+
+inline PtrInterface* HashMapGeneric::findNextBucket(Cursor& cursor) const {
+  cursor.bucket = usedBucket(cursor.bucket + 1);
+  return cursor.bucket < buckets() ? buckets_[cursor.bucket] : nullptr;
+}
+
+template <class Keys>
+PtrInterface* HashMapGeneric::seek(const Keys& keys, std::uint32_t hash, const void* key,
+                                   const PtrInterface* other, bool strict,
+                                   PtrInterface*& before) const {
+  const auto comesAfter = [&](const PtrInterface* entry) {
+    const std::uint32_t entryHash = keys.hash(entry);
+    if (entryHash != hash) return entryHash > hash;
+    if (keys.keyLessThan(key, entry, other)) return true;
+    return !strict && keys.keyEquals(key, entry);
+  };
+  before = nullptr;
+  PtrInterface* entry = buckets_[bucketOf(hash)];
+  while (entry != nullptr && !comesAfter(entry)) {
+    before = entry;
+    entry = next(entry);
+  }
+  return entry;
+}
+
+template <class Keys>
+void HashMapGeneric::insertWith(const Keys& keys, PtrInterface* entry, const void* key) {
+  if (next(entry) != nullptr) [[unlikely]]
+    refuseLinked();
+  const std::uint32_t hash = keys.hash(entry);
+  const std::uint32_t bucket = bucketOf(hash);
+  PtrInterface* before = nullptr;
+  PtrInterface* const after = seek(keys, hash, key, nullptr, true, before);
+  if (before != nullptr && keys.keyEquals(key, before)) [[unlikely]]
+    refuseSecond();
+  entry->referencesInc();
+  nextIs(entry, bucket, after);
+  nextIs(before, bucket, entry);
+  filters_[bucket] |= group(hash);
+  ++modificationCount_;
+  ++members_;
+}
+
+template <class Keys>
+bool HashMapGeneric::deleteMemberWith(const Keys& keys, PtrInterface* entry) {
+  const std::uint32_t bucket = bucketOf(keys.hash(entry));
+  PtrInterface* before = nullptr;
+  PtrInterface* at = buckets_[bucket];
+  while (at != nullptr && at != entry) {
+    before = at;
+    at = next(at);
+  }
+  if (at == nullptr) return false;
+  nextIs(before, bucket, next(entry));
+  std::uint8_t groups = 0;
+  for (at = buckets_[bucket]; at != nullptr; at = next(at)) groups |= group(keys.hash(at));
+  unlinked(bucket, groups, entry);
+  return true;
+}
 
 }  // namespace Kob

@@ -167,22 +167,40 @@ TYPED_TEST(HashMapOf, InsertingNoEntryIsFatal) {
                "ptr != 0");
 }
 
-TYPED_TEST(HashMapOf, DoublesWhenItHoldsMoreEntriesThanBuckets) {
+TYPED_TEST(HashMapOf, IsKeptAtAQuarterOfItsBucketsOnceItHasMoreThanFour) {
   Pairs<TypeParam> pairs;
   for (int count = 1; count <= 100; ++count) {
     insert(pairs, count);
     std::uint32_t expected = 4;
-    while (expected < static_cast<std::uint32_t>(count)) expected *= 2;
+    if (count > 4) {
+      while (expected < 4 * static_cast<std::uint32_t>(count)) expected *= 2;
+    }
     EXPECT_EQ(pairs.buckets(), expected) << count;
   }
   expectHolds(pairs, walked(pairs));
+}
+
+TEST(HashMap, IsDenserTheLargerItIs) {
+  Pairs<GoodHash> pairs;
+  int count = 0;
+  const auto bucketsOf = [&](int entries) {
+    while (count < entries) insert(pairs, count++);
+    return pairs.buckets();
+  };
+  EXPECT_EQ(bucketsOf(4096), 16384U);
+  EXPECT_EQ(bucketsOf(4097), 32768U);
+  EXPECT_EQ(bucketsOf(16384), 32768U);
+  EXPECT_EQ(bucketsOf(65536), 131072U);
+  EXPECT_EQ(bucketsOf(65537), 262144U);
+  EXPECT_EQ(bucketsOf(262144), 262144U);
+  EXPECT_EQ(bucketsOf(262145), 524288U);
 }
 
 TYPED_TEST(HashMapOf, NeverShrinksByItself) {
   Pairs<TypeParam> pairs;
   insertAll(pairs, firstNumbers(100));
   for (const int number : firstNumbers(100)) remove(pairs, number);
-  EXPECT_EQ(pairs.buckets(), 128U);
+  EXPECT_EQ(pairs.buckets(), 512U);
   expectHolds(pairs, {});
 }
 

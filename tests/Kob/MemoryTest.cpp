@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "Kob/Activity.h"
 #include "Kob/String8.h"
@@ -93,10 +94,10 @@ TYPED_TEST(CollectionOutOfMemory, HasNotInsertedWhenItCanNotGrow) {
 TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotBeResized) {
   Pairs<TypeParam> pairs;
   insertAll(pairs, firstNumbers(9));
-  const int failures = failingEachAllocationOf([&] { pairs.setSize0(64); },
+  const int failures = failingEachAllocationOf([&] { pairs.setSize0(256); },
                                                [&] {
                                                  expectHolds(pairs, firstNumbers(9));
-                                                 EXPECT_EQ(pairs.buckets(), 16U);
+                                                 EXPECT_EQ(pairs.buckets(), 64U);
                                                });
   EXPECT_EQ(failures, 1);
   expectHolds(pairs, firstNumbers(9));
@@ -107,9 +108,9 @@ TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotGetAsManyBucketsA
   insertAll(pairs, firstNumbers(9));
   heap.successesLeft = 0;
   EXPECT_THROW(pairs.setSize0(UINT_MAX), std::bad_alloc);
-  EXPECT_EQ(heap.refused, sizeof(void*) << 31U) << "2^31 buckets and no more";
+  EXPECT_EQ(heap.refused, (sizeof(void*) + 1) << 31U) << "2^31 buckets and no more";
   expectHolds(pairs, firstNumbers(9));
-  EXPECT_EQ(pairs.buckets(), 16U);
+  EXPECT_EQ(pairs.buckets(), 64U);
 }
 
 TYPED_TEST(CollectionOutOfMemory, LeavesNothingBehindWhenItCanNotBeCopied) {
@@ -224,15 +225,21 @@ TEST(Allocations, NoneForAWalkOverACollection) {
   EXPECT_EQ(sum, 4950);
 }
 
-TEST(Allocations, NoneForAnAnnouncementToNobodyAndOneForTheSnapshotElse) {
-  Log log;
-  const Ptr<Source> source(new Source);
-  EXPECT_EQ(allocationsOf([&] { source->valueNotify(1); }), 0);
+TEST(Allocations, NoneForAnAnnouncementToUpToSixteenAndThenOnceForTheLargest) {
   class Silent : public Source::NotifieeConst {};
-  const Ptr<Silent> notifiee(new Silent);
-  notifiee->notifierIs(source);
-  notifiee->isRegisteredNotifieeIs(true);
-  EXPECT_EQ(allocationsOf([&] { source->valueNotify(1); }), 1);
+  const Ptr<Source> source(new Source);
+  std::vector<Ptr<Silent>> notifiees;
+  const auto announcementTo = [&](std::size_t count) {
+    while (notifiees.size() < count) {
+      notifiees.emplace_back(new Silent);
+      notifiees.back()->notifierIs(source);
+      notifiees.back()->isRegisteredNotifieeIs(true);
+    }
+    return allocationsOf([&] { source->valueNotify(1); });
+  };
+  for (const std::size_t count : {0U, 1U, 16U}) EXPECT_EQ(announcementTo(count), 0) << count;
+  EXPECT_GT(announcementTo(200), 0) << "the block that the walks use from now on";
+  EXPECT_EQ(announcementTo(200), 0);
 }
 
 TEST(Allocations, NoneForJoiningAndLeavingAList) {
