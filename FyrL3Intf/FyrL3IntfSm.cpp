@@ -495,17 +495,21 @@ void ConfigSm::doSetDesiredInternalVlanId(Plexo::IntfId intfId,
   if (old) vlanHandedOver(old);
 }
 
+// The sets are changed where they stand, not copied out and back: nobody is told of either, and
+// copies would cost as much as there are ports that wait.
+
+bool ConfigSm::wishStands(Plexo::IntfId intfId, Bridging::VlanId vlanId) const {
+  const auto* const wishes = desiredRoutedPortName_.find(vlanId);
+  return wishes != nullptr && wishes->value().member(intfId);
+}
+
 void ConfigSm::wishWithdrawn(Plexo::IntfId intfId, Bridging::VlanIdOrNone old) {
   const Bridging::VlanId vlanId(old);
-  IntfSet intfSet = desiredRoutedPortName(vlanId);
-  KOB_ASSERT(intfSet.member(intfId), "intfSet.member( intfId )",
+  KOB_ASSERT(wishStands(intfId, vlanId), "intfSet.member( intfId )",
              doSetDesiredInternalVlanIdFunction);
-  intfSet.memberCollection().deleteMember(intfSet.memberCollection().find(intfId));
-  if (intfSet.members() != 0) {
-    desiredRoutedPortNameIs(vlanId, intfSet);
-  } else {
-    desiredRoutedPortNameDel(vlanId);
-  }
+  auto& members = desiredRoutedPortName_.find(vlanId)->mutableValue().memberCollection();
+  members.deleteMember(members.find(intfId));
+  if (members.members() == 0) desiredRoutedPortNameDel(vlanId);
 }
 
 void ConfigSm::wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesiredInternalVlanId) {
@@ -514,11 +518,15 @@ void ConfigSm::wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesi
     return;
   }
   const Bridging::VlanId vlanId(newDesiredInternalVlanId);
-  IntfSet intfSet = desiredRoutedPortName(vlanId);
-  KOB_ASSERT(!intfSet.member(intfId), "!intfSet.member( intfId )",
+  KOB_ASSERT(!wishStands(intfId, vlanId), "!intfSet.member( intfId )",
              doSetDesiredInternalVlanIdFunction);
-  intfSet.memberIs(intfId, true);
-  desiredRoutedPortNameIs(vlanId, intfSet);
+  if (auto* const wishes = desiredRoutedPortName_.find(vlanId)) {
+    wishes->mutableValue().memberIs(intfId, true);
+  } else {
+    IntfSet first;
+    first.memberIs(intfId, true);
+    desiredRoutedPortNameIs(vlanId, first);
+  }
   desiredInternalVlanIdIs(intfId, newDesiredInternalVlanId);
 }
 
@@ -536,9 +544,9 @@ bool ConfigSm::vlanIsFree(Plexo::IntfId intfId,
 
 void ConfigSm::vlanHandedOver(Bridging::VlanIdOrNone old) {
   if (fyrL3IntfTable()->routedPortName(platformId(old))) return;
-  const IntfSet waiting = desiredRoutedPortName(Bridging::VlanId(old));
-  if (waiting.members() == 0) return;
-  doSetInternalVlanId(waiting.memberIteratorConst().key(), old);
+  const auto* const waiting = desiredRoutedPortName_.find(Bridging::VlanId(old));
+  if (waiting == nullptr || waiting->value().members() == 0) return;
+  doSetInternalVlanId(waiting->value().memberIteratorConst().key(), old);
 }
 
 void ConfigSm::doSetInternalVlanId(Plexo::IntfId intfId, Bridging::VlanIdOrNone newInternalVlanId) {
@@ -613,7 +621,7 @@ unsigned ConfigSm::verifySwitchIntfWishes() const {
     KOB_ASSERT(desiredInternalVlanId(iter->intfId()) == vlanId,
                "desiredInternalVlanId( iter->intfId() ) == vlanId", doVerifyFunction);
     if (!vlanId) continue;
-    KOB_ASSERT(desiredRoutedPortName(Bridging::VlanId(vlanId)).member(iter->intfId()),
+    KOB_ASSERT(wishStands(iter->intfId(), Bridging::VlanId(vlanId)),
                "desiredRoutedPortName( vlanId.value() ).member( iter->intfId() )",
                doVerifyFunction);
     ++wishes;
@@ -629,7 +637,7 @@ unsigned ConfigSm::verifyVlanIntfWishes() const {
     KOB_ASSERT(desiredInternalVlanId(iter.key()) == vlanId,
                "desiredInternalVlanId( iter.key() ) == vlanId", doVerifyFunction);
     if (!vlanId) continue;
-    KOB_ASSERT(desiredRoutedPortName(Bridging::VlanId(vlanId)).member(iter.key()),
+    KOB_ASSERT(wishStands(iter.key(), Bridging::VlanId(vlanId)),
                "desiredRoutedPortName( vlanId.value() ).member( iter.key() )", doVerifyFunction);
     ++wishes;
   }
@@ -663,7 +671,7 @@ void ConfigSm::verifyInternalVlanTable() const {
     const L3Id id = iter.key();
     KOB_ASSERT(static_cast<bool>(id), "!!id", doVerifyFunction);
     const Bridging::VlanId vlanId(static_cast<std::uint16_t>(id.value()));
-    KOB_ASSERT(desiredRoutedPortName(vlanId).member(*iter),
+    KOB_ASSERT(wishStands(*iter, vlanId),
                "desiredRoutedPortName( Bridging::VlanId( id.value() ) ).member( *iter )",
                doVerifyFunction);
   }

@@ -373,6 +373,8 @@ class KOB_EXPORT ConfigSm : public Kob::PtrInterface {
   void l3IndexAppeared(Plexo::IntfId intfId, const L3Id& l3Id);
   void l3IndexVanished(Plexo::IntfId intfId);
 
+  /// Whether the interface is a member of the set of those who wish for the VLAN.
+  [[nodiscard]] bool wishStands(Plexo::IntfId intfId, Bridging::VlanId vlanId) const;
   void wishWithdrawn(Plexo::IntfId intfId, Bridging::VlanIdOrNone old);
   void wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesiredInternalVlanId);
   [[nodiscard]] bool vlanIsFree(Plexo::IntfId intfId,
