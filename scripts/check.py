@@ -175,14 +175,16 @@ def build_and_test(tally, title, preset, **options):
 
 
 def every_source_is_built():
-    """No source file has been left out of the build."""
-    commands = (BUILD / "dev" / "compile_commands.json").read_text()
-    missing = [path for path in sources(*LAYERS, "tests", suffixes=(".cpp",)) if f'"{ROOT / path}"' not in commands]
+    """No source file has been left out of every build."""
+    builds = ["dev", "asan-ubsan", "bench-quick"]
+    commands = "".join((BUILD / build / "compile_commands.json").read_text() for build in builds)
+    folders = [*LAYERS, "tests", "benches"]
+    missing = [path for path in sources(*folders, suffixes=(".cpp",)) if f'"{ROOT / path}"' not in commands]
     return not missing, "".join(f"{path} is in no CMakeLists.txt\n" for path in missing)
 
 
 def formatting():
-    files = sources(*LAYERS, "tests", "examples", "cmake")
+    files = sources(*LAYERS, "tests", "benches", "examples", "cmake")
     return run("clang-format-19", "--dry-run", "-Werror", *files)
 
 
@@ -210,11 +212,11 @@ def check(extent):
     if extent == "--quick":
         return tally
 
-    tally.step("every source is built", every_source_is_built)
     tally.step("formatting", formatting)
     tally.step("layers", lambda: run("scripts/layers.py"))
     tally.step("every header compiles alone", lambda: run("scripts/headers.py", BUILD / "dev"))
     tally.step("the checkers find planted faults", lambda: run("python3", "tests/scripts/CheckersTest.py"))
+    tally.step("the benchmark is weighed right", lambda: run("python3", "tests/scripts/BenchTest.py"))
 
     if tally.step("release: build", build("release")):
         tally.step("exported names", lambda: run("scripts/exports.py", *library_paths("release")))
@@ -223,6 +225,9 @@ def check(extent):
         tally.step("installed package", lambda: run("scripts/installed.sh", BUILD / "release"))
 
     build_and_test(tally, "ASan and UBSan", "asan-ubsan", **SANITIZER_ENVIRONMENT)
+
+    tally.step("benches run", lambda: run("./bench", "--quick"))
+    tally.step("every source is built", every_source_is_built)
 
     if tally.step("coverage: build", build("coverage")):
         with tempfile.TemporaryDirectory() as profiles:

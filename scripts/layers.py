@@ -11,7 +11,7 @@ import pathlib
 import re
 import sys
 
-LAYERS = ["Kob", "platform", "FyrL3Intf", "agent", "tests", "bench"]
+LAYERS = ["Kob", "platform", "FyrL3Intf", "agent", "tests", "benches"]
 LIBRARIES = LAYERS[:3]
 # Headers of the language's runtime whose names do not look like those of the standard library.
 RUNTIME_HEADERS = {"cxxabi.h"}
