@@ -1,13 +1,19 @@
 #include "agent/ConfigDb.h"
 
 #include <algorithm>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "agent/ConfigTables.h"
 #include "agent/InterfaceName.h"
 #include "agent/JsonValue.h"
+#include "agent/Progress.h"
+#include "agent/Text.h"
 
 namespace Agent {
 namespace {
@@ -31,7 +37,10 @@ std::string vlanText(Bridging::VlanId vlan) { return "VLAN " + std::to_string(vl
 class Reader {
  public:
   Reader(const Document& document, Problems& problems)
-      : file_(document.name()), problems_(problems), tables_(document, problems) {}
+      : file_(document.name()),
+        problems_(problems),
+        tables_(document, problems),
+        progress_("interpreting " + printable(file_)) {}
 
   /// Reads in an order in which each step finds what it is judged by.
   Switch read();
@@ -55,6 +64,7 @@ class Reader {
   void readVlanInterface(const Row& row, IntfId id);
   void readRoutedInterface(const Row& row, IntfId id);
   void readSubInterface(IntfId id, const std::vector<const Row*>& rows);
+  bool isParent(const Row& row, IntfId id);
   [[nodiscard]] IntfId parentOf(IntfId id, const SubInterfaceName& name) const;
   Bridging::VlanId encapsulationOf(const std::vector<const Row*>& rows,
                                    const SubInterfaceName& name);
@@ -67,7 +77,7 @@ class Reader {
   void addMembership(const Row& row, Bridging::VlanId vlan, IntfId member, bool isUntagged);
   void joinVlan(const Membership& membership);
 
-  std::optional<IntfId> named(const Row& row, const std::string& name);
+  std::optional<IntfId> named(const Row& row, std::string_view name);
   std::map<IntfId, std::vector<const Row*>> rowsByName(Table table);
   [[nodiscard]] bool isPortChannel(IntfId id) const;
   [[nodiscard]] bool exists(IntfId id) const;
@@ -78,16 +88,20 @@ class Reader {
   const std::string& file_;
   Problems& problems_;
   const ConfigTables tables_;
+  Progress progress_;
   Switch switch_;
-  std::set<IntfId> portChannels_;
-  std::map<IntfId, Bridging::VlanId> vlans_;
+  std::unordered_set<IntfId> portChannels_;
+  std::unordered_map<IntfId, Bridging::VlanId> vlans_;
   /// VLANs that were dropped for their number; what refers to them is not reported again.
-  std::set<IntfId> droppedVlans_;
+  std::unordered_set<IntfId> droppedVlans_;
   /// The first sub-interface, in natural order, of each parent and outer VLAN.
   std::map<std::pair<IntfId, Bridging::VlanId>, IntfId> encapsulations_;
+  /// The parent of a sub-interface, if it exists and is no channel's member: mostly that of the
+  /// next one too.
+  IntfId parent_;
   std::vector<Membership> memberships_;
   /// The keys of the table of VLAN members.
-  std::set<std::pair<std::string, std::string>> memberRows_;
+  std::set<std::pair<std::string_view, std::string_view>> memberRows_;
 };
 
 Switch Reader::read() {
@@ -271,6 +285,12 @@ void Reader::readSubInterfaces() {
   for (const auto& [id, rows] : rowsByName(Table::vlanSubInterface)) {
     readSubInterface(id, rows);
   }
+  // Those of one port stand together.
+  auto place = switch_.l3Interfaces.begin();
+  for (const auto& item : switch_.subInterfaces) {
+    place = switch_.l3Interfaces.emplace_hint(place, item.first, InterfaceKind::subInterface);
+    ++place;
+  }
 }
 
 void Reader::readSubInterface(IntfId id, const std::vector<const Row*>& rows) {
@@ -281,22 +301,35 @@ void Reader::readSubInterface(IntfId id, const std::vector<const Row*>& rows) {
     return;
   }
   const IntfId parent = parentOf(id, *name);
-  if (switch_.channelOf.contains(parent)) {
-    report(ProblemKind::channelMemberInterface, row,
-           nameOf(parent) + " is a member of " + nameOf(switch_.channelOf.at(parent)), rowIgnored);
-    return;
-  }
-  if (!exists(parent)) reportMissing(row, parent);
+  if (parent != parent_ && !isParent(row, parent)) return;
   const Bridging::VlanId encapsulation = encapsulationOf(rows, *name);
-  switch_.l3Interfaces.emplace(id, InterfaceKind::subInterface);
-  switch_.subInterfaces.emplace(id, SubInterface{parent, encapsulation});
+  switch_.subInterfaces.emplace_hint(switch_.subInterfaces.end(), id,
+                                     SubInterface{parent, encapsulation});
   if (encapsulation != Bridging::VlanId()) addEncapsulation(row, id, {parent, encapsulation});
+}
+
+/// Whether it can have sub-interfaces; one that does not exist can.
+bool Reader::isParent(const Row& row, IntfId id) {
+  if (const auto member = switch_.channelOf.find(id); member != switch_.channelOf.end()) {
+    report(ProblemKind::channelMemberInterface, row,
+           nameOf(id) + " is a member of " + nameOf(member->second), rowIgnored);
+    return false;
+  }
+  if (exists(id)) {
+    parent_ = id;
+  } else {
+    reportMissing(row, id);
+  }
+  return true;
 }
 
 IntfId Reader::parentOf(IntfId id, const SubInterfaceName& name) const {
   const std::string whole = nameOf(id);
   const IntfId asSpelled(Kob::String8(whole.substr(0, whole.rfind('.'))));
-  if (switch_.ports.contains(asSpelled) || switch_.channelOf.contains(asSpelled)) return asSpelled;
+  if (asSpelled == parent_ || switch_.ports.contains(asSpelled) ||
+      switch_.channelOf.contains(asSpelled)) {
+    return asSpelled;
+  }
   return interfaceNamed(name.parent).value_or(asSpelled);
 }
 
@@ -323,8 +356,9 @@ Bridging::VlanId Reader::encapsulationOf(const std::vector<const Row*>& rows,
 void Reader::addEncapsulation(const Row& row, IntfId id, const SubInterface& settings) {
   const auto& [parent, encapsulation] = settings;
   switch_.usedVlans.insert(encapsulation);
-  const auto [first, isFirst] = encapsulations_.emplace(std::pair(parent, encapsulation), id);
-  if (isFirst) return;
+  const auto first =
+      encapsulations_.emplace_hint(encapsulations_.end(), std::pair(parent, encapsulation), id);
+  if (first->second == id) return;
   const std::string firstName = nameOf(first->second);
   report(
       ProblemKind::sameEncapsulation, row,
@@ -467,10 +501,12 @@ void Reader::joinVlan(const Membership& membership) {
   }
 }
 
-std::optional<IntfId> Reader::named(const Row& row, const std::string& name) {
+std::optional<IntfId> Reader::named(const Row& row, std::string_view name) {
+  progress_.step();
   const auto id = interfaceNamed(name);
   if (!id) {
-    report(ProblemKind::badName, row, "\"" + name + "\" is no name of an interface", rowIgnored);
+    report(ProblemKind::badName, row, "\"" + std::string(name) + "\" is no name of an interface",
+           rowIgnored);
   }
   return id;
 }
@@ -478,8 +514,18 @@ std::optional<IntfId> Reader::named(const Row& row, const std::string& name) {
 /// In natural order; a name that has a row of its own and rows with addresses is there once.
 std::map<IntfId, std::vector<const Row*>> Reader::rowsByName(Table table) {
   std::map<IntfId, std::vector<const Row*>> rows;
+  auto last = rows.end();
   for (const Row& row : tables_.rows(table)) {
-    if (const auto id = named(row, row.name)) rows[*id].push_back(&row);
+    const auto id = named(row, row.name);
+    if (!id) continue;
+    // The addresses of a name follow its own row, and most names the one before: bytes go nearly
+    // by natural order.
+    if (last == rows.end()) {
+      last = rows.try_emplace(last, *id);
+    } else if (last->first != *id) {
+      last = rows.try_emplace(std::next(last), *id);
+    }
+    last->second.push_back(&row);
   }
   return rows;
 }
@@ -503,7 +549,8 @@ void Reader::reportMissing(const Row& row, IntfId id) {
 }
 
 void Reader::report(ProblemKind kind, const Row& row, std::string found, std::string done) {
-  problems_.push_back({kind, file_, row.table, row.key, std::move(found), std::move(done)});
+  problems_.push_back({kind, file_, std::string(row.table), std::string(row.key), std::move(found),
+                       std::move(done)});
 }
 
 }  // namespace

@@ -53,8 +53,8 @@ bool isProgressMark(std::string_view key) {
 
 /// The key's parts. In the application database an address may hold the separator itself, and only
 /// the first one counts.
-std::vector<std::string> partsOf(std::string_view key, char separator) {
-  std::vector<std::string> parts;
+std::vector<std::string_view> partsOf(std::string_view key, char separator) {
+  std::vector<std::string_view> parts;
   while (separator == '|' || parts.empty()) {
     const std::size_t end = key.find(separator);
     if (end == std::string_view::npos) break;
@@ -77,7 +77,7 @@ std::string_view wantedParts(KeyShape shape) {
   return "";
 }
 
-bool isOfShape(KeyShape shape, const std::vector<std::string>& parts) {
+bool isOfShape(KeyShape shape, const std::vector<std::string_view>& parts) {
   switch (shape) {
     case KeyShape::name:
       return parts.size() == 1;
@@ -136,7 +136,7 @@ ConfigTables::ConfigTables(const Document& document, Problems& problems)
     if (end == std::string::npos) {
       addTable(*spelling, value);
     } else if (key[end] == spelling->separator) {
-      addRow(*spelling, key.substr(end + 1), value);
+      addRow(*spelling, std::string_view(key).substr(end + 1), value);
     }
   }
 }
@@ -159,9 +159,9 @@ void ConfigTables::addTable(const Spelling& spelling, const json& rows) {
   }
 }
 
-void ConfigTables::addRow(const Spelling& spelling, const std::string& key, const json& fields) {
+void ConfigTables::addRow(const Spelling& spelling, std::string_view key, const json& fields) {
   if (spelling.separator == ':' && isProgressMark(key)) return;
-  std::vector<std::string> parts = partsOf(key, spelling.separator);
+  std::vector<std::string_view> parts = partsOf(key, spelling.separator);
   const Table table = spelling.table.value_or(tableOfInterface(parts.front()));
   std::vector<Row>& rows = tables_[table];
   if (const KeyShape shape = shapeOf(table); !isOfShape(shape, parts)) {
@@ -171,14 +171,14 @@ void ConfigTables::addRow(const Spelling& spelling, const std::string& key, cons
     report(ProblemKind::wrongType, spelling, key, "the row is " + describe(fields));
   } else {
     parts.resize(2);
-    rows.push_back({std::string(spelling.name), key, parts[0], parts[1], &fields});
+    rows.push_back({spelling.name, key, parts[0], parts[1], &fields});
   }
 }
 
-void ConfigTables::report(ProblemKind kind, const Spelling& spelling, const std::string& key,
+void ConfigTables::report(ProblemKind kind, const Spelling& spelling, std::string_view key,
                           std::string found) {
-  problems_.push_back(
-      {kind, file_, std::string(spelling.name), key, std::move(found), "the row is ignored"});
+  problems_.push_back({kind, file_, std::string(spelling.name), std::string(key), std::move(found),
+                       "the row is ignored"});
 }
 
 }  // namespace Agent

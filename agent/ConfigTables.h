@@ -31,14 +31,15 @@ enum class Table {
   loopbackInterface,
 };
 
+/// Lives as long as the document, whose text it shows.
 struct Row {
   /// As the document spells them, for reports.
-  std::string table;
-  std::string key;
+  std::string_view table;
+  std::string_view key;
   /// What the key is about: one name, or two in the tables of members.
-  std::string name;
-  std::string second;
-  /// Always an object; lives as long as the document.
+  std::string_view name;
+  std::string_view second;
+  /// Always an object.
   const nlohmann::json* fields;
 
   /// The field; null when the row does not have it.
@@ -65,9 +66,8 @@ class ConfigTables {
 
   [[nodiscard]] static const Spelling* spellingOf(std::string_view tableName);
   void addTable(const Spelling& spelling, const nlohmann::json& rows);
-  void addRow(const Spelling& spelling, const std::string& key, const nlohmann::json& fields);
-  void report(ProblemKind kind, const Spelling& spelling, const std::string& key,
-              std::string found);
+  void addRow(const Spelling& spelling, std::string_view key, const nlohmann::json& fields);
+  void report(ProblemKind kind, const Spelling& spelling, std::string_view key, std::string found);
 
   const std::string& file_;
   Problems& problems_;

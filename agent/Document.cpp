@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "agent/Progress.h"
 #include "agent/Text.h"
 
 namespace Agent {
@@ -40,7 +41,10 @@ std::string complaintOf(const json::exception& error) {
 class Builder : public json::json_sax_t {
  public:
   Builder(const std::string& name, std::string_view text, Problems& repeatedKeys)
-      : name_(name), text_(text), repeatedKeys_(repeatedKeys) {}
+      : name_(name),
+        text_(text),
+        repeatedKeys_(repeatedKeys),
+        progress_("parsing " + printable(name)) {}
 
   /// What was built; once.
   [[nodiscard]] json takeRoot() { return std::move(root_); }
@@ -63,10 +67,13 @@ class Builder : public json::json_sax_t {
                    const json::exception& error) override;
 
  private:
-  /// An object or array that is not closed yet; the key is that of the member being read.
+  /// An object or array that is not closed yet, and in an object the member being read.
   struct Open {
     json* value;
-    std::string key;
+    json::iterator member;
+
+    /// The member's key; empty in an array.
+    [[nodiscard]] std::string key() const { return value->is_object() ? member.key() : ""; }
   };
 
   json& add(json&& value);
@@ -80,12 +87,13 @@ class Builder : public json::json_sax_t {
   Problems& repeatedKeys_;
   json root_;
   std::vector<Open> open_;
+  Progress progress_;
 };
 
 json& Builder::add(json&& value) {
   if (open_.empty()) return root_ = std::move(value);
   json& parent = *open_.back().value;
-  if (parent.is_object()) return parent[open_.back().key] = std::move(value);
+  if (parent.is_object()) return *open_.back().member = std::move(value);
   return parent.emplace_back(std::move(value));
 }
 
@@ -110,17 +118,20 @@ bool Builder::isClosed() {
 }
 
 bool Builder::key(string_t& key) {
-  open_.back().key = std::move(key);
-  if (open_.back().value->contains(open_.back().key)) reportRepeated();
+  progress_.step();
+  const auto [member, isFirst] = open_.back().value->emplace(std::move(key), nullptr);
+  open_.back().member = member;
+  if (!isFirst) reportRepeated();
   return true;
 }
 
 void Builder::reportRepeated() {
   std::string path;
   for (std::size_t i = 1; i < open_.size(); ++i) {
-    if (!open_[i].key.empty()) path += (path.empty() ? "" : "/") + open_[i].key;
+    const std::string key = open_[i].key();
+    if (!key.empty()) path += (path.empty() ? "" : "/") + key;
   }
-  repeatedKeys_.push_back({ProblemKind::repeatedKey, name_, open_.front().key, std::move(path),
+  repeatedKeys_.push_back({ProblemKind::repeatedKey, name_, open_.front().key(), std::move(path),
                            "the key stands there twice", "the last one counts"});
 }
 
@@ -161,7 +172,9 @@ std::string contentOf(const std::string& path, const std::string& name) {
   const InputFile file(path);
   if (!file.isOpen()) refuse(name, errno);
   std::string text;
+  Progress progress("reading " + printable(name));
   while (true) {
+    progress.step();
     const ssize_t length = file.append(text);
     if (length == 0) return text;
     if (length < 0 && errno != EINTR) refuse(name, errno);

@@ -1,5 +1,7 @@
 #include "agent/Inputs.h"
 
+#include <utility>
+
 #include "agent/InterfaceName.h"
 #include "agent/JsonValue.h"
 
@@ -14,8 +16,8 @@ bool tellsItsVlan(Plexo::IntfId id) {
 
 }  // namespace
 
-Inputs inputsOf(const Switch& theSwitch, const L3Indexes& l3Indexes) {
-  Inputs inputs{theSwitch.ports, {}, l3Indexes};
+Inputs inputsOf(const Switch& theSwitch, L3Indexes l3Indexes) {
+  Inputs inputs{theSwitch.ports, {}, std::move(l3Indexes)};
   for (const auto& [id, vlan] : theSwitch.vlanInterfaces) {
     if (tellsItsVlan(id)) inputs.vlanInterfaces.insert(id);
   }

@@ -20,7 +20,7 @@ struct Inputs {
 };
 
 /// With L3 ids out of the L3 index directory.
-[[nodiscard]] Inputs inputsOf(const Switch& theSwitch, const L3Indexes& l3Indexes);
+[[nodiscard]] Inputs inputsOf(const Switch& theSwitch, L3Indexes l3Indexes);
 /// With internal VLANs: each routed port has the one that is reserved for it as native VLAN, and
 /// the L3 index directory is empty.
 [[nodiscard]] Inputs inputsOf(const Switch& theSwitch, const VlanReservations& reservations);

@@ -3,9 +3,9 @@
 // What happened to the library's inputs: one event for each entry that came, changed or went, and
 // for each interface the event since which its wish and its L3 id stand.
 
-#include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 #include "platform/IntfId.h"
 
@@ -45,7 +45,7 @@ class Journal {
   [[nodiscard]] InputEventPtr l3IdSince(Plexo::IntfId id) const { return find(l3Ids_, id); }
 
  private:
-  using Events = std::map<Plexo::IntfId, InputEventPtr>;
+  using Events = std::unordered_map<Plexo::IntfId, InputEventPtr>;
 
   static InputEventPtr find(const Events& events, Plexo::IntfId id);
 

@@ -124,7 +124,7 @@ L3Indexes assignL3Indexes(const Switch& theSwitch) {
   L3Indexes indexes;
   std::uint64_t next = 0;
   for (const auto& [id, kind] : theSwitch.l3Interfaces) {
-    indexes.emplace(id, FyrL3Intf::L3Id(++next));
+    indexes.emplace_hint(indexes.end(), id, FyrL3Intf::L3Id(++next));
   }
   return indexes;
 }

@@ -8,6 +8,7 @@
 #include "agent/InterfaceName.h"
 #include "agent/JsonValue.h"
 #include "agent/OpenConfigTree.h"
+#include "agent/Progress.h"
 #include "agent/Text.h"
 
 namespace Agent {
@@ -94,7 +95,9 @@ class Reader {
 };
 
 Switch Reader::read(const json& interfaces) {
+  Progress progress("interpreting " + printable(file_), interfaces.size());
   for (const json& node : interfaces) {
+    progress.step();
     addInterface(node);
   }
   for (const auto& [id, interface] : interfaces_) {

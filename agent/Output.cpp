@@ -38,6 +38,9 @@ bool isColoured(int descriptor) {
   return isatty(descriptor) == 1 && !isSet("NO_COLOR") && !isDumbTerminal();
 }
 
+constexpr std::size_t longestMeanwhile = 79;
+bool isMeanwhileShown = false;
+
 }  // namespace
 
 void occupyClosedDescriptors() noexcept {
@@ -49,12 +52,28 @@ void occupyClosedDescriptors() noexcept {
 }
 
 void printOut(std::string_view text) {
+  printMeanwhile("");
   if (const int error = writeAll(STDOUT_FILENO, text); error != 0) {
     throw WriteError(std::string("cannot write to standard output: ") + std::strerror(error));
   }
 }
 
-void printError(std::string_view text) noexcept { (void)writeAll(STDERR_FILENO, text); }
+void printError(std::string_view text) noexcept {
+  printMeanwhile("");
+  (void)writeAll(STDERR_FILENO, text);
+}
+
+void printMeanwhile(std::string_view text) noexcept {
+  if (text.empty() && !isMeanwhileShown) return;
+  // The cursor goes back, so that whoever else writes begins at the line's begin.
+  for (const auto part :
+       {std::string_view("\033[K"), text.substr(0, longestMeanwhile), std::string_view("\r")}) {
+    (void)writeAll(STDERR_FILENO, part);
+  }
+  isMeanwhileShown = !text.empty();
+}
+
+bool isErrorWatched() { return isatty(STDERR_FILENO) == 1 && !isDumbTerminal(); }
 
 bool isOutputColoured() { return isColoured(STDOUT_FILENO); }
 bool isErrorColoured() { return isColoured(STDERR_FILENO); }

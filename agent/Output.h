@@ -25,6 +25,12 @@ void printOut(std::string_view text);
 /// Writes to standard error as much as it takes: there is nobody to tell when it fails.
 void printError(std::string_view text) noexcept;
 
+/// Shows a line on standard error, cut to fit, until the next output or the next such line takes
+/// its place; an empty one takes it away. REQUIRES: isErrorWatched().
+void printMeanwhile(std::string_view text) noexcept;
+/// Whether standard error is a terminal on which a line can be taken away.
+[[nodiscard]] bool isErrorWatched();
+
 /// Whether to use colours: on a terminal that knows them, and not when the environment variable
 /// NO_COLOR is set to anything.
 [[nodiscard]] bool isOutputColoured();

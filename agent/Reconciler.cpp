@@ -22,12 +22,14 @@ std::string textOf(const SwitchPort& port) {
 }  // namespace
 
 void Reconciler::reconcile(const Inputs& wanted) {
-  reconcilePorts(wanted.ports);
-  reconcileVlanInterfaces(wanted.vlanInterfaces);
-  reconcileL3Indexes(wanted.l3Indexes);
+  Progress progress("feeding the library",
+                    wanted.ports.size() + wanted.vlanInterfaces.size() + wanted.l3Indexes.size());
+  reconcilePorts(wanted.ports, progress);
+  reconcileVlanInterfaces(wanted.vlanInterfaces, progress);
+  reconcileL3Indexes(wanted.l3Indexes, progress);
 }
 
-void Reconciler::reconcilePorts(const Ports& wanted) {
+void Reconciler::reconcilePorts(const Ports& wanted, Progress& progress) {
   const Ports held = heldPorts();
   for (const auto& item : held) {
     if (wanted.contains(item.first)) continue;
@@ -37,6 +39,7 @@ void Reconciler::reconcilePorts(const Ports& wanted) {
   changePorts(held, wanted, false);
   changePorts(held, wanted, true);
   for (const auto& item : wanted) {
+    progress.step();
     const SwitchPort& port = item.second;
     if (held.contains(item.first)) continue;
     drive(item.first, "enters the bridging configuration: " + textOf(port),
@@ -58,7 +61,7 @@ void Reconciler::changePorts(const Ports& held, const Ports& wanted, bool toRout
   }
 }
 
-void Reconciler::reconcileVlanInterfaces(const std::set<IntfId>& wanted) {
+void Reconciler::reconcileVlanInterfaces(const std::set<IntfId>& wanted, Progress& progress) {
   const std::set<IntfId> held = heldVlanInterfaces();
   for (const IntfId id : held) {
     if (wanted.contains(id)) continue;
@@ -66,18 +69,20 @@ void Reconciler::reconcileVlanInterfaces(const std::set<IntfId>& wanted) {
           [&] { host_.vlanIntfStatusDir().intfStatusDel(id); });
   }
   for (const IntfId id : wanted) {
+    progress.step();
     if (held.contains(id)) continue;
     drive(id, "enters the VLAN interface status directory",
           [&] { host_.vlanIntfStatusDir().intfStatusIs(id); });
   }
 }
 
-void Reconciler::reconcileL3Indexes(const L3Indexes& wanted) {
+void Reconciler::reconcileL3Indexes(const L3Indexes& wanted, Progress& progress) {
   const L3Indexes held = heldL3Indexes();
   const auto stays = [&](const auto& item) {
     const auto found = held.find(item.first);
+    if (found == held.end()) return false;
     const auto next = wanted.find(item.first);
-    return found != held.end() && next != wanted.end() && found->second == next->second;
+    return next != wanted.end() && found->second == next->second;
   };
   for (const auto& item : held) {
     if (stays(item)) continue;
@@ -85,6 +90,7 @@ void Reconciler::reconcileL3Indexes(const L3Indexes& wanted) {
           [&] { host_.l3IndexDir().l3IndexDel(item.first); });
   }
   for (const auto& item : wanted) {
+    progress.step();
     if (stays(item)) continue;
     drive(item.first, "enters the L3 index directory: index " + std::to_string(item.second.value()),
           [&] { host_.l3IndexDir().l3IndexIs(item.first, item.second); });

@@ -10,6 +10,7 @@
 
 #include "agent/Inputs.h"
 #include "agent/Journal.h"
+#include "agent/Progress.h"
 #include "agent/TableHost.h"
 
 namespace Agent {
@@ -28,10 +29,10 @@ class Reconciler {
  private:
   using Ports = std::map<Plexo::IntfId, SwitchPort>;
 
-  void reconcilePorts(const Ports& wanted);
+  void reconcilePorts(const Ports& wanted, Progress& progress);
   void changePorts(const Ports& held, const Ports& wanted, bool toRouted);
-  void reconcileVlanInterfaces(const std::set<Plexo::IntfId>& wanted);
-  void reconcileL3Indexes(const L3Indexes& wanted);
+  void reconcileVlanInterfaces(const std::set<Plexo::IntfId>& wanted, Progress& progress);
+  void reconcileL3Indexes(const L3Indexes& wanted, Progress& progress);
 
   [[nodiscard]] Ports heldPorts();
   [[nodiscard]] std::set<Plexo::IntfId> heldVlanInterfaces();

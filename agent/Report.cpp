@@ -4,6 +4,7 @@
 #include <map>
 
 #include "agent/InterfaceName.h"
+#include "agent/Progress.h"
 #include "agent/Text.h"
 
 namespace Agent {
@@ -73,9 +74,9 @@ Columns::Cells cellsOf(const InterfaceEntry& entry, bool internalVlanNeeded) {
   return cells;
 }
 
-/// Interface to L3 id.
-std::string forward(const InterfaceEntries& entries, bool internalVlanNeeded,
-                    const Palette& palette) {
+/// Appends interface to L3 id.
+void appendForward(std::string& text, const InterfaceEntries& entries, bool internalVlanNeeded,
+                   const Palette& palette, Progress& progress) {
   Columns columns = internalVlanNeeded ? Columns({"INTERFACE", "KIND", "L3 ID", "STATE", "WISH"},
                                                  {false, false, true, false, true})
                                        : Columns({"INTERFACE", "KIND", "L3 ID", "STATE"},
@@ -83,16 +84,16 @@ std::string forward(const InterfaceEntries& entries, bool internalVlanNeeded,
   for (const InterfaceEntry& entry : entries) {
     columns.widen(cellsOf(entry, internalVlanNeeded));
   }
-  std::string text = palette.heading(columns.heading()) + "\n";
+  text += palette.heading(columns.heading()) + "\n";
   for (const InterfaceEntry& entry : entries) {
+    progress.step();
     const std::string line = columns.line(cellsOf(entry, internalVlanNeeded));
     text += (entry.l3Id ? line : palette.faint(line)) + "\n";
   }
-  return text;
 }
 
-/// L3 id to interface, by rising id.
-std::string backward(const FyrL3Intf::Table& table, const Palette& palette) {
+/// Appends L3 id to interface, by rising id.
+void appendBackward(std::string& text, const FyrL3Intf::Table& table, const Palette& palette) {
   std::map<FyrL3Intf::L3Id, Plexo::IntfId> holders;
   for (auto it = table.routedPortNameIteratorConst(); it; ++it) {
     holders.emplace(it.key(), table.l3IdToIntfId(it.key()));
@@ -101,11 +102,10 @@ std::string backward(const FyrL3Intf::Table& table, const Palette& palette) {
   for (const auto& [l3Id, id] : holders) {
     columns.widen({numberOf(l3Id.value()), nameOf(id)});
   }
-  std::string text = palette.heading(columns.heading()) + "\n";
+  text += palette.heading(columns.heading()) + "\n";
   for (const auto& [l3Id, id] : holders) {
     text += columns.line({numberOf(l3Id.value()), nameOf(id)}) + "\n";
   }
-  return text;
 }
 
 }  // namespace
@@ -129,8 +129,12 @@ std::string textOf(const InterfaceEntries& entries, const FyrL3Intf::ConfigSm& m
                    bool isColoured) {
   const Palette palette(isColoured);
   if (entries.empty()) return "no L3 interfaces\n";
-  return forward(entries, machine.internalVlanNeeded(), palette) + "\n" +
-         backward(*machine.fyrL3IntfTable(), palette);
+  std::string text;
+  Progress progress("writing the table", entries.size());
+  appendForward(text, entries, machine.internalVlanNeeded(), palette, progress);
+  text += "\n";
+  appendBackward(text, *machine.fyrL3IntfTable(), palette);
+  return text;
 }
 
 ordered_json jsonOf(const InterfaceEntry& entry, bool internalVlanNeeded) {

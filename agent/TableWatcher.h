@@ -5,8 +5,8 @@
 
 #include <exception>
 #include <functional>
-#include <map>
 #include <string>
+#include <unordered_map>
 
 #include "FyrL3Intf/FyrL3IntfTable.h"
 #include "agent/Journal.h"
@@ -51,7 +51,7 @@ class TableWatcher : public FyrL3Intf::Table::NotifieeConst {
 
   Journal& journal_;
   const TableChangeSink& sink_;
-  std::map<Plexo::IntfId, FyrL3Intf::L3Id> known_;
+  std::unordered_map<Plexo::IntfId, FyrL3Intf::L3Id> known_;
   std::exception_ptr failure_;
 };
 

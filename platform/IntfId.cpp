@@ -58,10 +58,12 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// Takes the run of digits at the front of `text`, without its leading zeros.
 std::string_view takeNumber(std::string_view& text) {
-  const auto end = std::find_if_not(text.begin(), text.end(), isDigit);
-  const auto first = std::find_if(text.begin(), end, [](char c) { return c != '0'; });
-  const std::string_view number(first, end);
-  text = std::string_view(end, text.end());
+  std::size_t first = 0;
+  while (first < text.size() && text[first] == '0') ++first;
+  std::size_t end = first;
+  while (end < text.size() && isDigit(text[end])) ++end;
+  const std::string_view number = text.substr(first, end - first);
+  text.remove_prefix(end);
   return number;
 }
 
@@ -74,13 +76,38 @@ int naturalOrder(std::string_view a, std::string_view b) {
       const std::string_view y = takeNumber(b);
       order = x.size() != y.size() ? (x.size() < y.size() ? -1 : 1) : x.compare(y);
     } else {
-      order = a.substr(0, 1).compare(b.substr(0, 1));
+      order = a.front() - b.front();
       a.remove_prefix(1);
       b.remove_prefix(1);
     }
     if (order != 0) return order < 0 ? -1 : 1;
   }
   return static_cast<int>(!a.empty()) - static_cast<int>(!b.empty());
+}
+
+std::size_t countDigits(std::string_view text) {
+  std::size_t count = 0;
+  while (count < text.size() && isDigit(text[count])) ++count;
+  return count;
+}
+
+/// Whether `a` comes before `b`; two names. Most share most of their text, so the first difference
+/// is looked for before anything else, and decides unless leading zeros make numbers equal.
+bool isBefore(std::string_view a, std::string_view b) {
+  const auto length = std::min(a.size(), b.size());
+  std::size_t at = 0;
+  while (at < length && a[at] == b[at]) ++at;
+  std::size_t number = at;  // where the digits begin in which, or right after which, they differ
+  while (number > 0 && isDigit(a[number - 1])) --number;
+  if (number == length || a[number] == '0' || b[number] == '0') {
+    const int order = naturalOrder(a.substr(number), b.substr(number));
+    return order != 0 ? order < 0 : a < b;
+  }
+  const std::size_t digits = countDigits(a.substr(at));
+  const std::size_t others = countDigits(b.substr(at));
+  const bool areNumbers = number < at || (digits > 0 && others > 0);
+  if (areNumbers && digits != others) return digits < others;
+  return at == a.size() || (at < b.size() && a[at] < b[at]);
 }
 
 /// The number of a VLAN interface's name.
@@ -126,8 +153,7 @@ bool operator<(IntfId a, IntfId b) {
   const auto& names = nameTable().names;
   const std::string_view x = names[a.index_].view();
   const std::string_view y = names[b.index_].view();
-  const int order = naturalOrder(x, y);
-  return order != 0 ? order < 0 : x < y;
+  return isBefore(x, y);
 }
 
 std::ostream& operator<<(std::ostream& stream, const IntfId& intfId) {

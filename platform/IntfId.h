@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 
 #include "Kob/BitReverse.h"
@@ -91,3 +92,9 @@ namespace InternalIntfId {
 }  // namespace InternalIntfId
 
 }  // namespace Plexo
+
+/// The hash that the identifier carries, for the standard's unordered containers.
+template <>
+struct std::hash<Plexo::IntfId> {
+  std::size_t operator()(Plexo::IntfId intfId) const noexcept { return intfId.hash(); }
+};

@@ -15,7 +15,8 @@ using testing::IsEmpty;
 Texts keysOf(const std::vector<Row>& rows) {
   Texts keys;
   for (const Row& row : rows) {
-    keys.push_back(row.second.empty() ? row.name : row.name + " " + row.second);
+    keys.emplace_back(row.name);
+    if (!row.second.empty()) keys.back().append(" ").append(row.second);
   }
   return keys;
 }

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,9 +14,11 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "agent/Progress.h"
 #include "tests/agent/ProgramRun.h"
 
 namespace Agent {
@@ -303,6 +306,41 @@ TEST(Program, ColoursOnATerminalOnly) {
   EXPECT_THAT(runProgramOnTerminal(arguments, "xterm", "1").out, Not(HasSubstr("\033")));
   EXPECT_THAT(runProgramOnTerminal(arguments, "dumb", "").out, Not(HasSubstr("\033")));
   EXPECT_THAT(runProgram(arguments).out, Not(HasSubstr("\033")));
+}
+
+/// A configuration without interfaces, of which the second half comes late, for `run(file)`.
+template <class Run>
+ProgramRun withSlowFile(const Run& run) {
+  const std::string fifo = testing::TempDir() + "fyrl3-slow-" + std::to_string(getpid());
+  EXPECT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  ProgramRun seen;
+  {
+    const std::jthread writer([&fifo] {
+      std::ofstream file(fifo);
+      file << "{" << std::flush;
+      std::this_thread::sleep_for(Progress::patience + std::chrono::milliseconds(200));
+      file << "}";
+    });
+    seen = run(fifo);
+  }
+  std::filesystem::remove(fifo);
+  return seen;
+}
+
+TEST(Program, ShowsOnATerminalWhatTakesLong) {
+  std::string name;
+  const auto run = withSlowFile([&name](const std::string& file) {
+    name = file;
+    return runProgramOnTerminal({"show", "--config", file}, "xterm", "");
+  });
+  EXPECT_EQ(run.out, "\033[Kreading " + name + " ...\r\033[K\rno L3 interfaces\r\n");
+}
+
+TEST(Program, ShowsNothingMoreOfWhatTakesLongElsewhere) {
+  const auto run =
+      withSlowFile([](const std::string& file) { return runProgram({"show", "--config", file}); });
+  EXPECT_EQ(run.out, "no L3 interfaces\n");
+  EXPECT_EQ(run.err, "");
 }
 
 TEST(Program, ExitsWith130WhenInterrupted) {

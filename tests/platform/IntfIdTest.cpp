@@ -7,10 +7,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -169,6 +171,12 @@ TEST(IntfId, TheHashIsThatOfTheNameAlone) {
   for (const char* const name : {"Ethernet1", "Ethernet2", "Vlan10", "x"}) {
     EXPECT_EQ(IntfId(name).hash(), Kob::String8(name).hash()) << name;
   }
+}
+
+TEST(IntfId, TheHashServesUnorderedContainersOfTheStandard) {
+  EXPECT_EQ(std::hash<IntfId>()(IntfId("Ethernet1")), IntfId("Ethernet1").hash());
+  const std::unordered_set<IntfId> ids{"Ethernet1", "Ethernet2", "Ethernet1"};
+  EXPECT_EQ(ids.size(), 2U);
 }
 
 TEST(IntfId, TheHashIsKeptReversedForTheCollections) {
