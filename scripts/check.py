@@ -23,7 +23,7 @@ LAYERS = ["Kob", "platform", "FyrL3Intf", "agent"]
 LIBRARIES = ["Kob", "FyrPlatform", "FyrL3Intf"]
 TEST_PROGRAMS = ["KobTest", "PlatformTest", "FyrL3IntfTest", "AgentTest"]
 JOBS = len(os.sched_getaffinity(0))
-SHOWN = ["coverage"]  # steps whose output is of interest when they pass
+SHOWN = ["coverage", "growth", "growth: 100,000 interfaces"]  # steps whose output is of interest when they pass
 LINES_SHOWN = 300
 
 SANITIZER_ENVIRONMENT = {
@@ -217,6 +217,7 @@ def check(extent):
     tally.step("every header compiles alone", lambda: run("scripts/headers.py", BUILD / "dev"))
     tally.step("the checkers find planted faults", lambda: run("python3", "tests/scripts/CheckersTest.py"))
     tally.step("the benchmark is weighed right", lambda: run("python3", "tests/scripts/BenchTest.py"))
+    tally.step("growth is weighed right", lambda: run("python3", "tests/scripts/GrowthTest.py"))
 
     if tally.step("release: build", build("release")):
         tally.step("exported names", lambda: run("scripts/exports.py", *library_paths("release")))
@@ -226,7 +227,11 @@ def check(extent):
 
     build_and_test(tally, "ASan and UBSan", "asan-ubsan", **SANITIZER_ENVIRONMENT)
 
-    tally.step("benches run", lambda: run("./bench", "--quick"))
+    if tally.step("benches: build", build("bench-quick")):
+        tally.step("benches run", lambda: run("./bench", "--quick"))
+        tally.step("growth", lambda: run("scripts/growth.py", BUILD / "bench-quick"))
+        if extent == "--all":
+            tally.step("growth: 100,000 interfaces", lambda: run("scripts/growth.py", BUILD / "bench-quick", "100000"))
     tally.step("every source is built", every_source_is_built)
 
     if tally.step("coverage: build", build("coverage")):
