@@ -3,7 +3,6 @@
 #include <string>
 #include <unordered_set>
 
-#include "Kob/Slab.h"
 #include "Kob/TypeName.h"
 #include "Kob/WeakHolds.h"
 
@@ -21,7 +20,7 @@ unsigned VFPtrInterface::auditErrors(unsigned) const { return 0; }
 void VFPtrInterface::zeroReferencesIs(bool) {}
 KobType* VFPtrInterface::fwkType() const { return nullptr; }
 
-VFPtrInterface::~VFPtrInterface() {
+void VFPtrInterface::forget() noexcept {
   if (heldWeakly_) WeakHolds::notifierDel(this);
   if (PtrTrack::ptrifs() != 0) PtrTrack::ptrifDel(this);
 }
@@ -37,30 +36,9 @@ void VFPtrInterface::handleZeroRef() const noexcept {
   references_.inc();
   auto* const object = const_cast<VFPtrInterface*>(this);
   object->zeroReferencesIs(true);
-  if (!references_.dec()) return;
-  // From here on the object is going; a reference that its destructor takes and drops must not
-  // release it again.
-  object->kobHeldIs(true);
-  delete object;
+  // Once it is going, a reference that its destructor takes and drops must not release it again.
+  if (references_.decHolding()) delete object;
 }
-
-PtrInterface::~PtrInterface() = default;
-
-#ifdef KOB_SLAB
-void* PtrInterface::operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
-  return Slab::allocate(size);
-}
-void PtrInterface::operator delete(void* object, std::size_t size) noexcept {
-  Slab::release(object, size);
-}
-#else
-void* PtrInterface::operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
-  return ::operator new(size);
-}
-void PtrInterface::operator delete(void* object, std::size_t /*size*/) noexcept {
-  ::operator delete(object);
-}
-#endif
 
 bool ptrifTrackOn_ = false;
 

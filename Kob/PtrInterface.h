@@ -18,6 +18,7 @@
 #include "Kob/Assert.h"
 #include "Kob/Export.h"
 #include "Kob/ReferenceWord.h"
+#include "Kob/Slab.h"
 
 namespace Kob {
 
@@ -64,7 +65,10 @@ class KOB_EXPORT VFPtrInterface {
   virtual void zeroReferencesIs(bool zero);
   /// The object's type, or null where the type publishes no description.
   virtual KobType* fwkType() const;
-  virtual ~VFPtrInterface();
+  virtual ~VFPtrInterface() {
+    if (heldWeakly_ || PtrTrack::ptrifs() != 0) [[unlikely]]
+      forget();
+  }
 
   /// Adds one reference. A count past 0x1FFFFFFF is fatal.
   void referencesInc() const noexcept { references_.inc(); }
@@ -109,6 +113,8 @@ class KOB_EXPORT VFPtrInterface {
   friend class WeakHolds;
 
   void handleZeroRef() const noexcept;
+  /// Tells those who know of the object without counting that it is going.
+  void forget() noexcept;
 
   mutable ReferenceWord references_;
   // In the padding behind the word: whether some notifiee holds this object weakly.
@@ -121,10 +127,14 @@ class KOB_EXPORT PtrInterface : public VFPtrInterface {
   class NotifieeConst;
 
   // Freed by size alone, as every framework object is destroyed through its own type.
-  static void* operator new(std::size_t size);  // NOLINT(misc-new-delete-overloads)
-  static void operator delete(void* object, std::size_t size) noexcept;
+  static void* operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
+    return objectSlab.allocate(size);
+  }
+  static void operator delete(void* object, std::size_t size) noexcept {
+    objectSlab.release(object, size);
+  }
 
-  ~PtrInterface() override;
+  ~PtrInterface() override = default;
 
   /// The type "Kob::PtrInterface": that of all objects.
   static constexpr const char* kobTypeName = "Kob::PtrInterface";

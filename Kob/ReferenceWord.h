@@ -49,8 +49,10 @@ class KOB_EXPORT ReferenceWord {
     }
   }
 
+  // Small enough that nothing should stand between them and their callers.
+
   /// Counts one reference more. A count that would flow into the flags is fatal.
-  void inc() noexcept {
+  [[gnu::always_inline]] void inc() noexcept {
     const std::uint32_t before =
         threadSafe ? atomic().fetch_add(1, std::memory_order_relaxed) : word_++;
     KOB_ASSERT((before & countMask) != countMask, "references() < 0x1FFFFFFF",
@@ -59,11 +61,22 @@ class KOB_EXPORT ReferenceWord {
 
   /// Counts one reference less; true when nothing keeps the object alive any more. Giving back a
   /// reference that nobody holds is fatal.
-  [[nodiscard]] bool dec() noexcept {
+  [[nodiscard, gnu::always_inline]] bool dec() noexcept {
     const std::uint32_t before =
         threadSafe ? atomic().fetch_sub(1, std::memory_order_acq_rel) : word_--;
-    KOB_ASSERT((before & countMask) != 0, "references() > 0", "bool Kob::ReferenceWord::dec()");
-    return (before & aliveMask) == 1;
+    // One comparison for the two that matter, because most releases are not the last.
+    const std::uint32_t count = before & countMask;
+    if (count > 1) [[likely]]
+      return false;
+    KOB_ASSERT(count != 0, "references() > 0", "bool Kob::ReferenceWord::dec()");
+    return (before & held) == 0;
+  }
+
+  /// As `dec`, and when it answers true the object is held from there on.
+  [[nodiscard]] bool decHolding() noexcept {
+    if (!dec()) return false;
+    flagIs(held, true);
+    return true;
   }
 
  private:

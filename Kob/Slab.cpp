@@ -1,166 +1,114 @@
 #include "Kob/Slab.h"
 
-#include <array>
-#include <cstdint>
-#include <mutex>
 #include <new>
 
-#include "Kob/ReferenceWord.h"
-
-namespace Kob::Slab {
+namespace Kob {
 
 namespace {
 
-constexpr std::size_t granularity = 8;
-constexpr std::size_t pageSize = 16 * 1024;
-constexpr std::size_t magazineSize = 32;
+constexpr std::size_t pageSize = std::size_t{16} * 1024;
 
 struct FreeCell {
   FreeCell* next;
 };
 
-class Size;
-
-/// The head of a page; its cells follow. A page is found from a cell by its address.
-struct alignas(16) Page {
-  explicit Page(Size& owner) noexcept : size(&owner) {}
-
-  static Page* of(void* cell) noexcept {
-    return reinterpret_cast<Page*>(reinterpret_cast<std::uintptr_t>(cell) & ~(pageSize - 1));
-  }
-
-  Size* size;
-  FreeCell* free = nullptr;
-  // Cells from here on have never been used since the page was carved.
-  std::uint32_t carved = 0;
-  std::uint32_t used = 0;
-  // The list of pages with free cells.
-  Page* next = nullptr;
-  Page* previous = nullptr;
-};
-
-/// The cells of one size.
-class Size {
- public:
-  void cellSizeIs(std::size_t bytes) noexcept {
-    cellSize_ = static_cast<std::uint32_t>(bytes);
-    cellsPerPage_ = static_cast<std::uint32_t>((pageSize - sizeof(Page)) / bytes);
-  }
-
-  void* allocate() {
-    if (magazine_ == 0) fill();
-    return cells_[--magazine_];
-  }
-
-  void release(void* cell) noexcept {
-    if (magazine_ == magazineSize) drain();
-    cells_[magazine_++] = cell;
-  }
-
- private:
-  /// Half a magazine of cells, so that the next come from it too.
-  void fill() {
-    if (available_ == nullptr) pageIs(newPage());
-    Page& page = *available_;
-    std::uint32_t count = 0;
-    while (count < magazineSize / 2) {
-      void* const cell = take(page);
-      if (cell == nullptr) break;
-      // The first that is taken is the first that is handed out.
-      cells_[magazineSize / 2 - ++count] = cell;
-    }
-    for (std::uint32_t at = 0; at < count; ++at) cells_[at] = cells_[magazineSize / 2 - count + at];
-    magazine_ = count;
-    if (page.used == cellsPerPage_) pageDel(page);
-  }
-
-  /// The older half of a full magazine goes back to its pages.
-  void drain() noexcept {
-    constexpr std::size_t half = magazineSize / 2;
-    for (std::size_t at = 0; at < half; ++at) giveBack(cells_[at]);
-    for (std::size_t at = 0; at < half; ++at) cells_[at] = cells_[at + half];
-    magazine_ = half;
-  }
-
-  void* take(Page& page) const noexcept {
-    if (FreeCell* const cell = page.free) {
-      page.free = cell->next;
-      ++page.used;
-      return cell;
-    }
-    if (page.carved == cellsPerPage_) return nullptr;
-    ++page.used;
-    return reinterpret_cast<char*>(&page) + sizeof(Page) + std::size_t{page.carved++} * cellSize_;
-  }
-
-  void giveBack(void* memory) noexcept {
-    Page& page = *Page::of(memory);
-    if (page.used == cellsPerPage_) pageIs(&page);
-    if (--page.used == 0) {
-      page.free = nullptr;
-      page.carved = 0;
-      return;
-    }
-    page.free = new (memory) FreeCell{page.free};
-  }
-
-  Page* newPage() { return new (::operator new(pageSize, std::align_val_t(pageSize))) Page(*this); }
-
-  void pageIs(Page* page) noexcept {
-    page->previous = nullptr;
-    page->next = available_;
-    if (available_ != nullptr) available_->previous = page;
-    available_ = page;
-  }
-
-  void pageDel(Page& page) noexcept {
-    (page.previous != nullptr ? page.previous->next : available_) = page.next;
-    if (page.next != nullptr) page.next->previous = page.previous;
-  }
-
-  std::uint32_t cellSize_ = 0;
-  std::uint32_t cellsPerPage_ = 0;
-  std::uint32_t magazine_ = 0;
-  std::array<void*, magazineSize> cells_{};
-  Page* available_ = nullptr;
-};
-
-class Sizes {
- public:
-  Sizes() noexcept {
-    std::size_t bytes = 0;
-    for (Size& size : sizes_) size.cellSizeIs(bytes += granularity);
-  }
-  Size& of(std::size_t bytes) noexcept { return sizes_[(bytes - 1) / granularity]; }
-  std::mutex& mutex() noexcept { return mutex_; }
-
- private:
-  std::array<Size, maxSize / granularity> sizes_;
-  std::mutex mutex_;
-};
-
-Sizes& sizes() {
-  // Never destroyed: objects with static storage may go later.
-  static Sizes& all = *new Sizes;
-  return all;
-}
-
 }  // namespace
 
-void* allocate(std::size_t size) {
-  if (size > maxSize) return ::operator new(size);
-  Sizes& all = sizes();
-  if (!ReferenceWord::threadSafe) return all.of(size).allocate();
-  const std::lock_guard lock(all.mutex());
-  return all.of(size).allocate();
+#ifdef KOB_SLAB
+constinit Slab objectSlab(true);
+#else
+constinit Slab objectSlab(false);
+#endif
+
+/// The head of a page; its cells follow. A page is found from a cell by its address.
+struct alignas(16) Slab::Page {
+  static Page* of(void* cell) noexcept {
+    const std::size_t offset = reinterpret_cast<std::uintptr_t>(cell) & (pageSize - 1);
+    return reinterpret_cast<Page*>(static_cast<char*>(cell) - offset);
+  }
+  static std::uint32_t cells(std::size_t cellSize) noexcept {
+    return static_cast<std::uint32_t>((pageSize - sizeof(Page)) / cellSize);
+  }
+
+  /// A free cell of the page, which has one.
+  void* take(std::size_t cellSize) noexcept {
+    ++used;
+    if (FreeCell* const cell = free) {
+      free = cell->next;
+      return cell;
+    }
+    return reinterpret_cast<char*>(this) + sizeof(Page) + carved++ * cellSize;
+  }
+  void giveBack(void* cell) noexcept {
+    if (--used == 0) {
+      free = nullptr;
+      carved = 0;
+    } else {
+      free = new (cell) FreeCell{free};
+    }
+  }
+
+  FreeCell* free = nullptr;
+  // Cells from here on have never been used since the page was carved.
+  std::size_t carved = 0;
+  std::uint32_t used = 0;
+  // The next page with free cells.
+  Page* next = nullptr;
+};
+
+void* Slab::allocateSlowly(std::size_t size) {
+  if (room_ == 0 || size - 1 >= maxSize) return ::operator new(size);
+  std::unique_lock lock(mutex_, std::defer_lock);
+  if (ReferenceWord::threadSafe) lock.lock();
+  Magazine& magazine = magazineOf(size);
+  if (magazine.count == 0) fill(size);
+  return magazine.cells[--magazine.count];
 }
 
-void release(void* memory, std::size_t size) noexcept {
-  if (size > maxSize) return ::operator delete(memory);
-  Sizes& all = sizes();
-  if (!ReferenceWord::threadSafe) return all.of(size).release(memory);
-  const std::lock_guard lock(all.mutex());
-  all.of(size).release(memory);
+void Slab::releaseSlowly(void* memory, std::size_t size) noexcept {
+  if (room_ == 0 || size - 1 >= maxSize) return ::operator delete(memory);
+  std::unique_lock lock(mutex_, std::defer_lock);
+  if (ReferenceWord::threadSafe) lock.lock();
+  Magazine& magazine = magazineOf(size);
+  if (magazine.count == magazineSize) drain(size);
+  magazine.cells[magazine.count++] = memory;
 }
 
-}  // namespace Kob::Slab
+/// Half a magazine of cells, so that the next come from it too; fewer when the page has fewer.
+void Slab::fill(std::size_t size) {
+  const std::size_t at = (size - 1) / granularity;
+  const std::size_t cellSize = (at + 1) * granularity;
+  Page*& available = available_[at];
+  if (available == nullptr) {
+    available = new (::operator new(pageSize, std::align_val_t(pageSize))) Page;
+  }
+  Page& page = *available;
+  const std::uint32_t left = Page::cells(cellSize) - page.used;
+  const std::uint32_t count = left < magazineSize / 2 ? left : magazineSize / 2;
+  Magazine& magazine = magazines_[at];
+  // The first that is taken is the first that is handed out.
+  for (std::uint32_t cell = count; cell-- > 0;) magazine.cells[cell] = page.take(cellSize);
+  magazine.count = count;
+  if (count == left) available = page.next;
+}
+
+/// The older half of a full magazine goes back to its pages.
+void Slab::drain(std::size_t size) noexcept {
+  const std::size_t at = (size - 1) / granularity;
+  const std::uint32_t full = Page::cells((at + 1) * granularity);
+  constexpr std::size_t half = magazineSize / 2;
+  Magazine& magazine = magazines_[at];
+  for (std::size_t cell = 0; cell < half; ++cell) {
+    void* const memory = magazine.cells[cell];
+    magazine.cells[cell] = magazine.cells[cell + half];
+    Page& page = *Page::of(memory);
+    if (page.used == full) {
+      page.next = available_[at];
+      available_[at] = &page;
+    }
+    page.giveBack(memory);
+  }
+  magazine.count = half;
+}
+
+}  // namespace Kob

@@ -1,4 +1,4 @@
-// The allocator, driven by its two functions.
+// The allocator, driven by its two operations.
 
 #include "Kob/Slab.h"
 
@@ -17,13 +17,19 @@
 namespace KobTest {
 namespace {
 
-namespace Slab = Kob::Slab;
+using Kob::Slab;
+
+/// Never destroyed, as the framework's own: it does not give its pages back.
+Slab& slab() {
+  static Slab& cells = *new Slab(true);
+  return cells;
+}
 
 /// A cell that is filled with a byte of its own, so that whoever else writes to it is found out.
 class Cell {
  public:
   Cell(std::size_t size, unsigned char mark)
-      : memory_(Slab::allocate(size)), size_(size), mark_(mark) {
+      : memory_(slab().allocate(size)), size_(size), mark_(mark) {
     std::memset(memory_, mark, size);
   }
   Cell(Cell&& other) noexcept
@@ -35,7 +41,7 @@ class Cell {
     return *this;
   }
   ~Cell() {
-    if (memory_ != nullptr) Slab::release(memory_, size_);
+    if (memory_ != nullptr) slab().release(memory_, size_);
   }
 
   [[nodiscard]] std::uintptr_t address() const { return reinterpret_cast<std::uintptr_t>(memory_); }
@@ -83,11 +89,11 @@ TEST(Slab, AlignsToEightAndToSixteenWhereTheSizeIsAMultipleOfIt) {
 
 TEST(Slab, HandsOutWhatWasReleasedLastFirst) {
   constexpr std::size_t size = 264;
-  void* const memory = Slab::allocate(size);
-  Slab::release(memory, size);
-  void* const again = Slab::allocate(size);
+  void* const memory = slab().allocate(size);
+  slab().release(memory, size);
+  void* const again = slab().allocate(size);
   EXPECT_EQ(again, memory);
-  Slab::release(again, size);
+  slab().release(again, size);
 }
 
 TEST(Slab, TakesReleasesInAnyOrder) {
@@ -121,6 +127,24 @@ TEST(Slab, CarvesAnEmptiedPageAnewInAddressOrder) {
   // But for the cells of the stack, for those of the pages that it kept from becoming empty, and
   // where one page ends and the next begins.
   EXPECT_GT(ascending, count / 2);
+}
+
+TEST(Slab, TakesASizeOfNothingFromTheHeap) {
+  void* const memory = slab().allocate(0);
+  EXPECT_NE(memory, nullptr);
+  slab().release(memory, 0);
+}
+
+TEST(Slab, PassesEverythingOnToTheHeapWhereItHasNoCells) {
+  static Slab heap(false);
+  void* const memory = heap.allocate(40);
+  heap.release(memory, 40);
+  // What was released stays with the slab only where it has cells.
+  ASSERT_NE(memory, nullptr);
+  void* const cell = slab().allocate(40);
+  slab().release(cell, 40);
+  EXPECT_EQ(slab().allocate(40), cell);
+  slab().release(cell, 40);
 }
 
 /// While it lives, reference counts are atomic.
