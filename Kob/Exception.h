@@ -84,7 +84,12 @@ class KOB_EXPORT NameInUseException : public Exception {
 /// around each call of a notifiee. Scopes nest, and belong to the framework's thread.
 class KOB_EXPORT Expect {
  public:
-  explicit Expect(Exception::Id id) noexcept : id_(id), outer_(innermost_) { innermost_ = this; }
+  explicit Expect(Exception::Id id) noexcept : Expect(id, innermost_) {}
+  /// The same for who opens one scope after the other, and so knows that `outer` is the innermost:
+  /// reading that anew would wait for the scope before to be closed, longer than most calls take.
+  Expect(Exception::Id id, const Expect* outer) noexcept : id_(id), outer_(outer) {
+    innermost_ = this;
+  }
   Expect(const Expect&) = delete;
   Expect& operator=(const Expect&) = delete;
   ~Expect() { innermost_ = outer_; }

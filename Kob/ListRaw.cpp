@@ -1,29 +1,28 @@
 #include "Kob/ListRaw.h"
 
+#include <memory>
 #include <utility>
 
 namespace Kob {
 
 namespace {
 
-/// The block that the walks before used, or null while one of them uses it.
-std::unique_ptr<std::vector<void*>>& spare() noexcept {
-  // Never destroyed: notifiers with static storage may announce while the process ends.
-  static auto& block = *new std::unique_ptr<std::vector<void*>>;
-  return block;
-}
+/// The block that the walks before used, or null while one of them uses it. Never destroyed:
+/// notifiers with static storage may announce while the process ends.
+constinit std::vector<void*>* spare = nullptr;
 
 }  // namespace
 
-void** SnapshotRoom::borrow(std::size_t size) {
-  block_ = std::exchange(spare(), nullptr);
-  if (!block_) block_ = std::make_unique<std::vector<void*>>();
-  if (block_->size() < size) block_->resize(size);
-  return block_->data();
+SnapshotRoom::Block* SnapshotRoom::borrow(std::size_t size) {
+  std::unique_ptr<Block> block(std::exchange(spare, nullptr));
+  if (!block) block = std::make_unique<Block>();
+  if (block->size() < size) block->resize(size);
+  return block.release();
 }
 
-void SnapshotRoom::giveBack() noexcept {
-  if (!spare()) spare() = std::move(block_);
+void SnapshotRoom::giveBack(Block* block) noexcept {
+  const std::unique_ptr<Block> second(spare);
+  spare = block;
 }
 
 }  // namespace Kob

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "Kob/Assert.h"
@@ -97,20 +96,32 @@ class KOB_EXPORT SnapshotRoom {
  public:
   static constexpr std::size_t inlineSize = 16;
 
-  explicit SnapshotRoom(std::size_t size) : cells_(size <= inlineSize ? inline_ : borrow(size)) {}
+  explicit SnapshotRoom(std::size_t size)
+      : block_(size <= inlineSize ? nullptr : borrow(size)),
+        cells_(block_ == nullptr ? nullptr : block_->data()) {}
   SnapshotRoom(const SnapshotRoom&) = delete;
   SnapshotRoom& operator=(const SnapshotRoom&) = delete;
   ~SnapshotRoom() {
-    if (cells_ != inline_) giveBack();
+    if (block_ != nullptr) giveBack(block_);
   }
 
-  [[nodiscard]] void*& operator[](std::size_t at) const noexcept { return cells_[at]; }
+  [[nodiscard]] void* operator[](std::size_t at) const noexcept {
+    return cells_ == nullptr ? inline_[at] : cells_[at];
+  }
+  void cellIs(std::size_t at, void* pointer) noexcept {
+    (cells_ == nullptr ? inline_[at] : cells_[at]) = pointer;
+  }
 
  private:
-  void** borrow(std::size_t size);
-  void giveBack() noexcept;
+  using Block = std::vector<void*>;
 
-  std::unique_ptr<std::vector<void*>> block_;
+  // Ownership goes by plain pointers, nobody is given the room's address, not even the room itself:
+  // so the compiler knows that only the walk reaches its position, and keeps it in a register.
+  static Block* borrow(std::size_t size);
+  static void giveBack(Block* block) noexcept;
+
+  Block* block_;
+  // The block's, or null when the cells are those of the room itself.
   void** cells_;
   void* inline_[inlineSize];
 };
@@ -128,7 +139,7 @@ class SnapshotIterator<ListRaw<T>> {
     std::size_t at = 0;
     for (T* member = list.head(); member != nullptr; member = list.next(member)) {
       member->referencesInc();
-      room_[at++] = member;
+      room_.cellIs(at++, member);
     }
   }
   SnapshotIterator(const SnapshotIterator&) = delete;
