@@ -77,12 +77,13 @@ template <class Map, class Key>
   return entry != nullptr ? entry->value() : Value();
 }
 
-/// Stores a value; true when that is a change, as `Policy` has it. `insert` makes the entry.
-template <class Policy, class Map, class Key, class Value, class Insert>
-[[nodiscard]] bool valueIsAt(Map& map, const Key& key, const Value& value, const Insert& insert) {
-  auto* const entry = map.find(key);
+/// Stores a value; true when that is a change, as `Policy` has it.
+template <class Policy, class Entry, class Map, class Key, class Value>
+[[nodiscard]] bool valueIsAt(Map& map, const Key& key, const Value& value) {
+  const std::uint32_t hash = reversedHash(key);
+  auto* const entry = map.find(key, hash);
   if (entry == nullptr) {
-    insert();
+    map.newMember(Ptr<Entry>(new Entry(key, value)), hash);
     return true;
   }
   if constexpr (Policy::equalIsNoChange) {
@@ -118,45 +119,49 @@ void checkIterator(const Iterator& it, const Map& map) {
   static_assert(true)
 
 /// A collection of values. `Policy`: Kob::IfDifferent or Kob::Always.
-#define KOB_VALUE_COLLECTION(x, X, Key, Value, Policy)                                    \
-  class Kob##X final : public ::Kob::HashMapEntry<Kob##X, Key, Value> {                   \
-   public:                                                                                \
-    using ::Kob::HashMapEntry<Kob##X, Key, Value>::HashMapEntry;                          \
-  };                                                                                      \
-  using X##Collection = ::Kob::HashMap<Kob##X, Key, Value>;                               \
-  [[nodiscard]] Value x(::Kob::Passed<Key> key) const {                                   \
-    ::Kob::countRead(this);                                                               \
-    return ::Kob::valueAt(x##_, key);                                                     \
-  }                                                                                       \
-  void x##Is(::Kob::Passed<Key> key, ::Kob::Passed<Value> value) {                        \
-    if (!::Kob::valueIsAt<Policy>(x##_, key, value, [&] { new##X(key, value); })) return; \
-    ::Kob::countChange(this);                                                             \
-    x##Notify(key);                                                                       \
-  }                                                                                       \
-  ::Kob::Ptr<Kob##X> new##X(::Kob::Passed<Key> key, ::Kob::Passed<Value> value) {         \
-    const ::Kob::Ptr<Kob##X> entry(new Kob##X(key, value));                               \
-    x##_.newMember(entry);                                                                \
-    return entry;                                                                         \
-  }                                                                                       \
-  Value x##Del(::Kob::Passed<Key> key) { return x##EntryDel(x##_[key]); }                 \
-  Value x##Del(X##Collection::Iterator& it) {                                             \
-    ::Kob::checkIterator(it, x##_);                                                       \
-    const ::Kob::Ptr<Kob##X> entry = it.ptr();                                            \
-    return x##EntryDel(entry);                                                            \
-  }                                                                                       \
-  KOB_COLLECTION_COMMON(x, X, Key);                                                       \
-                                                                                          \
- private:                                                                                 \
-  Value x##EntryDel(const ::Kob::Ptr<Kob##X>& entry) {                                    \
-    if (!entry) return Value();                                                           \
-    Value former(entry->value());                                                         \
-    if (!x##_.deleteMember(entry.get())) return Value();                                  \
-    ::Kob::countChange(this);                                                             \
-    x##Notify(entry->fwkKey());                                                           \
-    return former;                                                                        \
-  }                                                                                       \
-                                                                                          \
- public:                                                                                  \
+#define KOB_VALUE_COLLECTION(x, X, Key, Value, Policy)                            \
+  class Kob##X final : public ::Kob::HashMapEntry<Kob##X, Key, Value> {           \
+   public:                                                                        \
+    using ::Kob::HashMapEntry<Kob##X, Key, Value>::HashMapEntry;                  \
+  };                                                                              \
+  using X##Collection = ::Kob::HashMap<Kob##X, Key, Value>;                       \
+  [[nodiscard]] Value x(::Kob::Passed<Key> key) const {                           \
+    ::Kob::countRead(this);                                                       \
+    return ::Kob::valueAt(x##_, key);                                             \
+  }                                                                               \
+  void x##Is(::Kob::Passed<Key> key, ::Kob::Passed<Value> value) {                \
+    if (!::Kob::valueIsAt<Policy, Kob##X>(x##_, key, value)) return;              \
+    ::Kob::countChange(this);                                                     \
+    x##Notify(key);                                                               \
+  }                                                                               \
+  ::Kob::Ptr<Kob##X> new##X(::Kob::Passed<Key> key, ::Kob::Passed<Value> value) { \
+    const ::Kob::Ptr<Kob##X> entry(new Kob##X(key, value));                       \
+    x##_.newMember(entry);                                                        \
+    return entry;                                                                 \
+  }                                                                               \
+  Value x##Del(::Kob::Passed<Key> key) {                                          \
+    const ::std::uint32_t hash = ::Kob::reversedHash(key);                        \
+    return x##EntryDel(::Kob::Ptr<Kob##X>(x##_.find(key, hash)), hash);           \
+  }                                                                               \
+  Value x##Del(X##Collection::Iterator& it) {                                     \
+    ::Kob::checkIterator(it, x##_);                                               \
+    const ::Kob::Ptr<Kob##X> entry(it.ptr().get());                               \
+    if (!entry) return Value();                                                   \
+    return x##EntryDel(entry, ::Kob::reversedHash(entry->fwkKey()));              \
+  }                                                                               \
+  KOB_COLLECTION_COMMON(x, X, Key);                                               \
+                                                                                  \
+ private:                                                                         \
+  Value x##EntryDel(const ::Kob::Ptr<Kob##X>& entry, ::std::uint32_t hash) {      \
+    if (!entry) return Value();                                                   \
+    Value former(entry->value());                                                 \
+    if (!x##_.deleteMember(entry.get(), hash)) return Value();                    \
+    ::Kob::countChange(this);                                                     \
+    x##Notify(entry->fwkKey());                                                   \
+    return former;                                                                \
+  }                                                                               \
+                                                                                  \
+ public:                                                                          \
   static_assert(true)
 
 /// A collection of objects that are their own entries. The class writes xIs and newX itself,

@@ -10,7 +10,7 @@ namespace Kob {
 
 /// Returns `x` with the order of its 32 bits reversed (bit 0 becomes bit 31). Five fixed swap
 /// steps: neighbouring bits, pairs, nibbles, bytes, halves (H. S. Warren, "Hacker's Delight", 7-1).
-[[nodiscard]] constexpr std::uint32_t bitReverse(std::uint32_t x) noexcept {
+[[nodiscard, gnu::always_inline]] constexpr std::uint32_t bitReverse(std::uint32_t x) noexcept {
   x = ((x >> 1U) & 0x55555555U) | ((x & 0x55555555U) << 1U);
   x = ((x >> 2U) & 0x33333333U) | ((x & 0x33333333U) << 2U);
   x = ((x >> 4U) & 0x0F0F0F0FU) | ((x & 0x0F0F0F0FU) << 4U);

@@ -138,7 +138,8 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
       : HashMap(other.buckets()) {
     for (IteratorConst it(&other); it; ++it) {
       const Ptr<Entry> copy(new Entry(it.key(), *it));
-      this->insertWith(keys(), copy.get(), &copy->fwkKey());
+      const Key& key = copy->fwkKey();
+      this->insertWith(keys(), copy.get(), &key, reversedHash(key));
     }
   }
   /// As copying; the old content is kept when memory runs out. Assigning itself changes nothing.
@@ -156,34 +157,35 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
   [[nodiscard]] bool isMemberOf(const Key& key) const { return find(key) != nullptr; }
 
   /// The entry of this key, or null; valid while it is in the collection.
-  [[nodiscard]] Entry* find(const Key& key) const {
-    const std::uint32_t hash = reversedHash(key);
+  [[nodiscard]] Entry* find(const Key& key) const { return find(key, reversedHash(key)); }
+  /// The same for who has the key's reversed hash already.
+  [[nodiscard]] Entry* find(const Key& key, std::uint32_t hash) const {
     const std::uint32_t bucket = bucketOf(hash);
     if (!mayHold(bucket, hash)) return nullptr;
     Entry* entry = static_cast<Entry*>(bucketHead(bucket));
-    // First or second? Guessed wrong that costs more than the look-up, so it is no branch.
-    entry = chosen(entry->fwkKey() == key, entry, HashMapLink::of(*entry).get());
+    if (entry->fwkKey() == key) [[likely]]
+      return entry;
+    entry = HashMapLink::of(*entry).get();
     while (entry != nullptr && !(entry->fwkKey() == key)) entry = HashMapLink::of(*entry).get();
     return entry;
   }
 
   /// Inserts the entry under its own key. REQUIRES: the key is absent; a second one is fatal.
-  void newMember(const Ptr<Entry>& entry) {
+  void newMember(const Ptr<Entry>& entry) { newMember(entry, reversedHash(entry->fwkKey())); }
+  void newMember(const Ptr<Entry>& entry, std::uint32_t hash) {
     const Key& key = entry->fwkKey();
-    this->newMemberWith(keys(), entry.get(), &key);
+    this->newMemberWith(keys(), entry.get(), &key, hash);
   }
   /// Unlinks the entry and gives the collection's reference back; false when it is not here.
-  bool deleteMember(Entry* entry) { return this->deleteMemberWith(keys(), entry); }
+  bool deleteMember(Entry* entry) { return deleteMember(entry, reversedHash(entry->fwkKey())); }
+  bool deleteMember(Entry* entry, std::uint32_t hash) {
+    return this->deleteMemberWith(keys(), entry, hash);
+  }
 
  private:
   static constexpr unsigned defaultSize = 4;
 
   static const HashMapVTable<Entry, Key>& keys() { return HashMapVTable<Entry, Key>::instance(); }
-  static Entry* chosen(bool first, Entry* one, Entry* other) noexcept {
-    const std::uintptr_t mask = std::uintptr_t{0} - std::uintptr_t{first};
-    return reinterpret_cast<Entry*>((reinterpret_cast<std::uintptr_t>(one) & mask) |
-                                    (reinterpret_cast<std::uintptr_t>(other) & ~mask));
-  }
 };
 
 /// Stands on an entry, or at the end. May stay in use while the collection changes: it keeps its

@@ -77,9 +77,13 @@ class KOB_EXPORT HashMapGeneric {
   /// entry of one key is fatal, and so is one that is linked elsewhere (the last of a chain shows
   /// no link, and is not noticed). A collection of 2^31 entries takes no more: one more is fatal.
   /// Throws std::bad_alloc, and has not inserted, when growing fails.
-  void newMemberG(PtrInterface* entry, const void* key) { newMemberWith(*vTable_, entry, key); }
+  void newMemberG(PtrInterface* entry, const void* key) {
+    newMemberWith(*vTable_, entry, key, vTable_->hash(entry));
+  }
   /// Unlinks the entry and gives the collection's reference back; false when it is not here.
-  bool deleteMember(PtrInterface* entry) { return deleteMemberWith(*vTable_, entry); }
+  bool deleteMember(PtrInterface* entry) {
+    return deleteMemberWith(*vTable_, entry, vTable_->hash(entry));
+  }
   /// The first entry after `after` in iteration order; with null, the first of all. `after` need
   /// not be in the collection any more. Null at the end. Sets the cursor to its bucket.
   [[nodiscard]] PtrInterface* findNextG(const PtrInterface* after, Cursor& cursor) const;
@@ -102,22 +106,33 @@ class KOB_EXPORT HashMapGeneric {
  protected:
   /// `initialSize` buckets, rounded up to a power of two; `nextOffset` is where an entry keeps its
   /// link to the next of its chain.
-  HashMapGeneric(unsigned initialSize, const VTable& vTable, std::uint16_t nextOffset);
-  ~HashMapGeneric();
+  HashMapGeneric(unsigned initialSize, const VTable& vTable, std::uint16_t nextOffset)
+      : vTable_(&vTable),
+        bits_(initialSize <= inlineBuckets ? bitsFor(initialSize) : std::uint8_t{0}),
+        nextOffset_(nextOffset),
+        room_(buckets()),
+        buckets_(inlineBuckets_),
+        filters_(inlineFilters_) {
+    if (initialSize > inlineBuckets) setSize0(initialSize);
+  }
+  ~HashMapGeneric() {
+    if (members_ != 0) emptyAllBuckets();
+  }
 
   // The operations that change the collection, for any key handling: the virtual one of the core,
-  // or that of one entry type, which the compiler sees through.
+  // or that of one entry type, which the compiler sees through. `hash` is the reversed hash of the
+  // entry's key.
 
   template <class Keys>
-  void newMemberWith(const Keys& keys, PtrInterface* entry, const void* key) {
+  void newMemberWith(const Keys& keys, PtrInterface* entry, const void* key, std::uint32_t hash) {
     if (members_ >= room_) grow();
-    insertWith(keys, entry, key);
+    insertWith(keys, entry, key, hash);
   }
   /// Inserts without growing.
   template <class Keys>
-  void insertWith(const Keys& keys, PtrInterface* entry, const void* key);
+  void insertWith(const Keys& keys, PtrInterface* entry, const void* key, std::uint32_t hash);
   template <class Keys>
-  bool deleteMemberWith(const Keys& keys, PtrInterface* entry);
+  bool deleteMemberWith(const Keys& keys, PtrInterface* entry, std::uint32_t hash);
 
   /// Exchanges the entries of two collections of one type; the places of iterators over either are
   /// found again by key.
@@ -137,7 +152,15 @@ class KOB_EXPORT HashMapGeneric {
 
  private:
   static constexpr std::uint32_t inlineBuckets = 4;
+  // More buckets would not be told apart by a 32-bit hash, and do not fit memory anyway.
+  static constexpr unsigned maxBits = 31;
   static constexpr std::size_t filtersPerWord = sizeof(std::uint64_t);
+
+  static constexpr std::uint8_t bitsFor(unsigned size) noexcept {
+    std::uint8_t bits = 0;
+    while (bits < maxBits && (1U << bits) < size) ++bits;
+    return bits;
+  }
 
   /// With how many entries a collection of so many buckets grows.
   static std::uint32_t roomOf(std::uint32_t buckets) noexcept;
@@ -150,7 +173,7 @@ class KOB_EXPORT HashMapGeneric {
     // The link is a Ptr to the entry's own type, whose bytes are the pointer.
     PtrInterface* next = nullptr;
     std::memcpy(static_cast<void*>(&next), reinterpret_cast<const char*>(entry) + nextOffset_,
-                sizeof next);
+                sizeof(PtrInterface*));
     return next;
   }
   /// Stores a link, or the head of a bucket when `before` is null. Counts nothing: the reference
@@ -160,7 +183,7 @@ class KOB_EXPORT HashMapGeneric {
       buckets_[bucket] = entry;
     } else {
       std::memcpy(reinterpret_cast<char*>(before) + nextOffset_, static_cast<void*>(&entry),
-                  sizeof entry);
+                  sizeof(PtrInterface*));
     }
   }
   /// The first entry of the bucket that comes after (`strict`) or not before (hash, key) of
@@ -183,6 +206,9 @@ class KOB_EXPORT HashMapGeneric {
   std::uint16_t nextOffset_;
   std::uint32_t members_ = 0;
   std::uint32_t room_;
+  // No bucket before it has an entry: who takes the first entries away again and again does not
+  // look at the buckets that they left.
+  mutable std::uint32_t firstUsed_ = 0;
   PtrInterface** buckets_;
   std::uint8_t* filters_;
   // Buckets, and behind them filters, of a collection that has too many for the object itself.
@@ -231,10 +257,10 @@ PtrInterface* HashMapGeneric::seek(const Keys& keys, std::uint32_t hash, const v
 }
 
 template <class Keys>
-void HashMapGeneric::insertWith(const Keys& keys, PtrInterface* entry, const void* key) {
+void HashMapGeneric::insertWith(const Keys& keys, PtrInterface* entry, const void* key,
+                                std::uint32_t hash) {
   if (next(entry) != nullptr) [[unlikely]]
     refuseLinked();
-  const std::uint32_t hash = keys.hash(entry);
   const std::uint32_t bucket = bucketOf(hash);
   PtrInterface* before = nullptr;
   PtrInterface* const after = seek(keys, hash, key, nullptr, true, before);
@@ -244,13 +270,14 @@ void HashMapGeneric::insertWith(const Keys& keys, PtrInterface* entry, const voi
   nextIs(entry, bucket, after);
   nextIs(before, bucket, entry);
   filters_[bucket] |= group(hash);
+  if (bucket < firstUsed_) firstUsed_ = bucket;
   ++modificationCount_;
   ++members_;
 }
 
 template <class Keys>
-bool HashMapGeneric::deleteMemberWith(const Keys& keys, PtrInterface* entry) {
-  const std::uint32_t bucket = bucketOf(keys.hash(entry));
+bool HashMapGeneric::deleteMemberWith(const Keys& keys, PtrInterface* entry, std::uint32_t hash) {
+  const std::uint32_t bucket = bucketOf(hash);
   PtrInterface* before = nullptr;
   PtrInterface* at = buckets_[bucket];
   while (at != nullptr && at != entry) {

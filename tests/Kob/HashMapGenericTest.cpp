@@ -55,6 +55,18 @@ TYPED_TEST(HashMapGenericOf, RemovesExactlyTheEntryThatItIsGiven) {
   }
 }
 
+TYPED_TEST(HashMapGenericOf, InsertsAndRemovesWithoutKnowingTheTypeOfItsEntries) {
+  Pairs<TypeParam> pairs = this->holding(5);
+  HashMapGeneric& core = pairs;
+  const Ptr entry(new Pair<TypeParam>(Key<TypeParam>{5}, 50));
+  core.newMemberG(entry.get(), &entry->fwkKey());
+  EXPECT_EQ(pairs.find({5}), entry.get());
+  EXPECT_EQ(core.members(), 6U);
+  EXPECT_TRUE(core.deleteMember(entry.get()));
+  EXPECT_FALSE(core.deleteMember(entry.get()));
+  expectHolds(pairs, firstNumbers(5));
+}
+
 TYPED_TEST(HashMapGenericOf, RemovingAnEntryThatIsNotHereChangesNothing) {
   Pairs<TypeParam> pairs = this->holding(5);
   Pairs<TypeParam> others = this->holding(5);

@@ -189,11 +189,12 @@ TEST(HashMap, IsDenserTheLargerItIs) {
   };
   EXPECT_EQ(bucketsOf(4096), 16384U);
   EXPECT_EQ(bucketsOf(4097), 32768U);
-  EXPECT_EQ(bucketsOf(16384), 32768U);
-  EXPECT_EQ(bucketsOf(65536), 131072U);
-  EXPECT_EQ(bucketsOf(65537), 262144U);
-  EXPECT_EQ(bucketsOf(262144), 262144U);
-  EXPECT_EQ(bucketsOf(262145), 524288U);
+  EXPECT_EQ(bucketsOf(12288), 32768U);
+  EXPECT_EQ(bucketsOf(12289), 65536U);
+  EXPECT_EQ(bucketsOf(196608), 524288U);
+  EXPECT_EQ(bucketsOf(196609), 1048576U);
+  EXPECT_EQ(bucketsOf(1048576), 1048576U);
+  EXPECT_EQ(bucketsOf(1048577), 2097152U);
 }
 
 TYPED_TEST(HashMapOf, NeverShrinksByItself) {
