@@ -158,8 +158,7 @@ ConfigSm::IntfSet::IntfSet(Kob::String8::IteratorConst&, const Kob::String8::Ite
 bool ConfigSm::IntfSet::member(Plexo::IntfId intfId) const { return Kob::valueAt(member_, intfId); }
 
 void ConfigSm::IntfSet::memberIs(Plexo::IntfId intfId, bool value) {
-  static_cast<void>(
-      Kob::valueIsAt<Kob::Always>(member_, intfId, value, [&] { newMember(intfId, value); }));
+  static_cast<void>(Kob::valueIsAt<Kob::Always, KobMember>(member_, intfId, value));
 }
 
 Kob::Ptr<ConfigSm::IntfSet::KobMember> ConfigSm::IntfSet::newMember(Plexo::IntfId intfId,
@@ -495,21 +494,33 @@ void ConfigSm::doSetDesiredInternalVlanId(Plexo::IntfId intfId,
   if (old) vlanHandedOver(old);
 }
 
-// The sets are changed where they stand, not copied out and back: nobody is told of either, and
-// copies would cost as much as there are ports that wait.
+// The sets are changed where they stand, not copied out and back, and a set comes into its
+// collection with its first member: nobody is told of either, and copies would cost as much as
+// there are ports that wait.
+
+namespace {
+
+/// The interface's membership among the wishes for a VLAN (null: nobody has one), or null.
+ConfigSm::IntfSet::KobMember* wishIn(const ConfigSm::KobDesiredRoutedPortName* wishes,
+                                     Plexo::IntfId intfId) {
+  if (wishes == nullptr) return nullptr;
+  auto* const member = wishes->value().memberCollection().find(intfId);
+  return member != nullptr && member->value() ? member : nullptr;
+}
+
+}  // namespace
 
 bool ConfigSm::wishStands(Plexo::IntfId intfId, Bridging::VlanId vlanId) const {
-  const auto* const wishes = desiredRoutedPortName_.find(vlanId);
-  return wishes != nullptr && wishes->value().member(intfId);
+  return wishIn(desiredRoutedPortName_.find(vlanId), intfId) != nullptr;
 }
 
 void ConfigSm::wishWithdrawn(Plexo::IntfId intfId, Bridging::VlanIdOrNone old) {
-  const Bridging::VlanId vlanId(old);
-  KOB_ASSERT(wishStands(intfId, vlanId), "intfSet.member( intfId )",
-             doSetDesiredInternalVlanIdFunction);
-  auto& members = desiredRoutedPortName_.find(vlanId)->mutableValue().memberCollection();
-  members.deleteMember(members.find(intfId));
-  if (members.members() == 0) desiredRoutedPortNameDel(vlanId);
+  auto* const wishes = desiredRoutedPortName_.find(Bridging::VlanId(old));
+  auto* const wish = wishIn(wishes, intfId);
+  KOB_ASSERT(wish != nullptr, "intfSet.member( intfId )", doSetDesiredInternalVlanIdFunction);
+  auto& members = wishes->mutableValue().memberCollection();
+  members.deleteMember(wish);
+  if (members.members() == 0) desiredRoutedPortName_.deleteMember(wishes);
 }
 
 void ConfigSm::wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesiredInternalVlanId) {
@@ -518,14 +529,15 @@ void ConfigSm::wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesi
     return;
   }
   const Bridging::VlanId vlanId(newDesiredInternalVlanId);
-  KOB_ASSERT(!wishStands(intfId, vlanId), "!intfSet.member( intfId )",
+  auto* const wishes = desiredRoutedPortName_.find(vlanId);
+  KOB_ASSERT(wishIn(wishes, intfId) == nullptr, "!intfSet.member( intfId )",
              doSetDesiredInternalVlanIdFunction);
-  if (auto* const wishes = desiredRoutedPortName_.find(vlanId)) {
+  if (wishes != nullptr) {
     wishes->mutableValue().memberIs(intfId, true);
   } else {
-    IntfSet first;
-    first.memberIs(intfId, true);
-    desiredRoutedPortNameIs(vlanId, first);
+    const Kob::Ptr first(new KobDesiredRoutedPortName(vlanId, {}));
+    first->mutableValue().memberIs(intfId, true);
+    desiredRoutedPortName_.newMember(first);
   }
   desiredInternalVlanIdIs(intfId, newDesiredInternalVlanId);
 }
@@ -533,7 +545,7 @@ void ConfigSm::wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesi
 bool ConfigSm::vlanIsFree(Plexo::IntfId intfId,
                           Bridging::VlanIdOrNone newDesiredInternalVlanId) const {
   if (!newDesiredInternalVlanId) return false;
-  const auto owner = fyrL3IntfTable()->routedPortName(platformId(newDesiredInternalVlanId));
+  const auto owner = fyrL3IntfTable_->routedPortName(platformId(newDesiredInternalVlanId));
   if (!owner) return true;
   KOB_ASSERT(
       owner != intfId,
@@ -543,7 +555,7 @@ bool ConfigSm::vlanIsFree(Plexo::IntfId intfId,
 }
 
 void ConfigSm::vlanHandedOver(Bridging::VlanIdOrNone old) {
-  if (fyrL3IntfTable()->routedPortName(platformId(old))) return;
+  if (fyrL3IntfTable_->routedPortName(platformId(old))) return;
   const auto* const waiting = desiredRoutedPortName_.find(Bridging::VlanId(old));
   if (waiting == nullptr || waiting->value().members() == 0) return;
   doSetInternalVlanId(waiting->value().memberIteratorConst().key(), old);
@@ -552,7 +564,7 @@ void ConfigSm::vlanHandedOver(Bridging::VlanIdOrNone old) {
 void ConfigSm::doSetInternalVlanId(Plexo::IntfId intfId, Bridging::VlanIdOrNone newInternalVlanId) {
   KOB_TRACE(trace(), 8, "ConfigSm", "doSetInternalVlanId",
             this << "::doSetInternalVlanId( " << newInternalVlanId << " )");
-  const auto table = fyrL3IntfTable();
+  Table* const table = &*fyrL3IntfTable_;
   const L3Id oldPlatformId = Kob::valueAt(table->intfL3IndexCollection(), intfId);
   const Bridging::VlanIdOrNone oldInternalVlanId(oldPlatformId);
   if (oldInternalVlanId == newInternalVlanId) return;

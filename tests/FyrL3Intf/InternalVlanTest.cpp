@@ -9,6 +9,7 @@
 #include "Kob/BitReverse.h"
 #include "Kob/Exception.h"
 #include "tests/FyrL3Intf/InternalVlan.h"
+#include "tests/FyrL3Intf/TableListener.h"
 
 namespace FyrL3Intf::Tests {
 namespace {
@@ -174,6 +175,18 @@ TEST_F(InternalVlan, AFalseMemberIsToleratedAndOverwritten) {
   wish("Ethernet1", 100);
   EXPECT_EQ(world.wishers(), (Wishers{{100, {{"Ethernet1", true}}}}));
   EXPECT_EQ(world.forward(), (Forward{{"Ethernet1", 100}}));
+}
+
+TEST_F(InternalVlan, ASetThatSomebodyEmptiedMeanwhileHandsNothingOver) {
+  wish("Ethernet1", 100);
+  const auto reader = listenerOf(world.table);
+  reader->onKey = [&](IntfId) {
+    world.machine->desiredRoutedPortNameIs(Bridging::VlanId(100), ConfigSm::IntfSet());
+  };
+  wish("Ethernet1", noVlan);
+  EXPECT_EQ(world.wishers(), (Wishers{{100, {}}}));
+  EXPECT_EQ(world.reverse(), Reverse());
+  EXPECT_EQ(reader->heard, Log{"Ethernet1"});
 }
 
 // ---------------------------------------------------------------------------------------------
