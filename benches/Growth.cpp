@@ -6,6 +6,7 @@
 //
 //   names          so many names become identifiers for the first time
 //   internalVlans  so many routed ports, sixteen to a VLAN, and more where VLANs run out
+//   oneVlan        so many routed ports that all wish for the same VLAN
 //   l3Indexes      so many interfaces with L3 indexes
 //   waiters        the wish of one port changes again and again; so many wait for its VLAN
 
@@ -75,8 +76,7 @@ void makeNames(std::size_t size) {
 }
 
 /// The ports are routed ports, then each of them once is none and is one again.
-void routePorts(std::size_t size) {
-  const auto vlans = std::clamp<std::size_t>(size / portsPerVlan, 1, allVlans);
+void routePorts(std::size_t size, std::size_t vlans) {
   const auto ports = keys<IntfId>(size);
   const auto order = shuffled(ports);
   World world(true);
@@ -150,7 +150,11 @@ struct Scenario {
 
 constexpr std::array scenarios = {
     Scenario{"names", makeNames},
-    Scenario{"internalVlans", routePorts},
+    Scenario{"internalVlans",
+             [](std::size_t size) {
+               routePorts(size, std::clamp<std::size_t>(size / portsPerVlan, 1, allVlans));
+             }},
+    Scenario{"oneVlan", [](std::size_t size) { routePorts(size, 1); }},
     Scenario{"l3Indexes", assignL3Indexes},
     Scenario{"waiters", changeWishes},
 };

@@ -22,7 +22,7 @@ import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SIZES = [1_000, 10_000]
-SCENARIOS = ["names", "internalVlans", "l3Indexes", "show"]
+SCENARIOS = ["names", "internalVlans", "oneVlan", "l3Indexes", "show"]
 TWICE = 2.2  # for twice the input: linear, and room for a logarithm and for where a collection happens to double
 FEW_WAITERS = 16
 WAITERS = [1, 256, 4_096]
