@@ -93,13 +93,14 @@ struct Notes {
   if (Kob::traceStream() != nullptr) Kob::traceStreamIs(&traceStream);
   ::dup2(notes.output.descriptor(), STDOUT_FILENO);
   ::dup2(notes.report.descriptor(), STDERR_FILENO);
+  int exitCode = exitSucceeded;
   try {
     action();
   } catch (const std::exception& exception) {
     std::cerr << wordsOf(exception) << std::flush;
-    ::_exit(exitThrew);
+    exitCode = exitThrew;
   }
-  ::_exit(exitSucceeded);
+  ::_exit(exitCode);
 }
 
 int statusOf(pid_t child) {

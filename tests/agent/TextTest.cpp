@@ -18,7 +18,9 @@ TEST(Printable, EscapesEverythingThatATerminalCouldObey) {
 
 TEST(Printable, CutsWhatIsLongerThanFourHundredBytes) {
   EXPECT_EQ(printable(std::string(400, 'a')), std::string(400, 'a'));
-  EXPECT_EQ(printable(std::string(401, 'a')), std::string(400, 'a') + "...");
+  std::string cut(400, 'a');
+  cut += "...";
+  EXPECT_EQ(printable(std::string(401, 'a')), cut);
 }
 
 TEST(Decimal, ReadsDigitsOnly) {
