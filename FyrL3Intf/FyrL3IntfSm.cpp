@@ -15,6 +15,8 @@ const Kob::TraceHandle& trace() {
   static const Kob::TraceHandle handle("FyrL3IntfSm", false);
   return handle;
 }
+// Made at load: a trace point never runs out of memory for it.
+[[maybe_unused]] const Kob::TraceHandle& traceAtLoad = trace();
 
 // The functions as failure reports name them.
 constexpr const char* handleL3IndexFunction =
@@ -332,7 +334,12 @@ void ConfigSm::switchIntfConfigSmNotify(Plexo::IntfId) {}
 Kob::Ptr<SwitchIntfConfigSm> ConfigSm::newSwitchIntfConfigSm(
     const Kob::Ptr<const Bridging::SwitchIntfConfig>& config) {
   auto machine = SwitchIntfConfigSm::SwitchIntfConfigSmIs(config, this);
-  switchIntfConfigSm_.newMember(machine);
+  try {
+    switchIntfConfigSm_.newMember(machine);
+  } catch (...) {
+    machine->doPrepareToDie();  // Nobody knows the machine, so nobody else would withdraw its wish.
+    throw;
+  }
   return machine;
 }
 
@@ -341,6 +348,7 @@ Kob::Ptr<SwitchIntfConfigSm> ConfigSm::switchIntfConfigSmIs(
   if (auto known = switchIntfConfigSm_[config->intfId()]) {
     if (known->switchIntfConfig() == config) return known;
     std::ostringstream message;
+    message.exceptions(std::ios_base::badbit);  // Out of memory, a text is not cut short.
     message << "Reinstantiating the pointer interface where constructor parameter attribute "
                "_switchIntfConfig has a different value of "
             << config << " than the current value of " << known->switchIntfConfig()

@@ -17,6 +17,10 @@
 //   2. a port that holds a VLAN in the table wishes for that VLAN;
 //   3. a VLAN is held by at most one port.
 //
+// Out of memory, std::bad_alloc comes out of where an operation stands. Each step writes directly
+// and none is rolled back, so a machine that ran out of memory may be left between two of them:
+// then it can be dropped, and another be made on a table of its own.
+//
 // Everything belongs to the framework's thread. Notifiees of the table may read, write and join or
 // leave it, and may drop the machine, from inside their callbacks. They must not change the
 // machine's inputs there: a port that comes or goes within its own announcement is handled twice,
@@ -325,7 +329,8 @@ class KOB_EXPORT ConfigSm : public Kob::PtrInterface {
   /// watches another entry object throws Kob::NameInUseException, and stays.
   Kob::Ptr<SwitchIntfConfigSm> switchIntfConfigSmIs(
       const Kob::Ptr<const Bridging::SwitchIntfConfig>& config);
-  /// Makes a machine and inserts it. REQUIRES: the interface has none; a second is fatal.
+  /// Makes a machine and inserts it. REQUIRES: the interface has none; a second is fatal. Throws
+  /// std::bad_alloc; a machine that finds no place has withdrawn its wish by then.
   Kob::Ptr<SwitchIntfConfigSm> newSwitchIntfConfigSm(
       const Kob::Ptr<const Bridging::SwitchIntfConfig>& config);
 

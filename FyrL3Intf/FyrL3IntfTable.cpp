@@ -13,6 +13,8 @@ const Kob::TraceHandle& trace() {
   static const Kob::TraceHandle handle("FyrL3IntfSm", false);
   return handle;
 }
+// Made at load: a look-up never runs out of memory for it.
+[[maybe_unused]] const Kob::TraceHandle& traceAtLoad = trace();
 
 // What the table publishes.
 

@@ -56,6 +56,8 @@ class KOB_EXPORT Table : public Kob::Entity {
 
   /// Forward map. Writing the identifier that stands already changes nothing, counts nothing and
   /// announces nothing; every other change counts once and is announced (`onIntfL3Index(key)`).
+  /// Out of memory, std::bad_alloc comes out of a change that was made and counted but could not be
+  /// announced; `intfL3IndexNotify` makes up for it.
   KOB_VALUE_COLLECTION(intfL3Index, IntfL3Index, Plexo::IntfId, L3Id, ::Kob::IfDifferent);
 
   /// Reverse map: the owner of an identifier. Every write counts as a change, that of the same

@@ -22,7 +22,8 @@
 // Classes derived from Kob::Entity count: each x(key) is one read, each effective change is one
 // change. The order within a change is always: store or remove, count, announce. So whoever hears
 // of a change sees it made; and an exception before the count leaves nothing counted or announced.
-// A removal copies the value that it returns first: running out of memory removes nothing.
+// A removal copies the value that it returns first: running out of memory removes nothing. What an
+// announcement throws for want of memory comes after the change, which is made and counted.
 
 #include <concepts>
 #include <type_traits>

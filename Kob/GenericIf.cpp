@@ -213,6 +213,7 @@ Ptr<const GenericIf> GenericIfEntity::clone() const {
 
 String8 GenericIfEntity::strRep() const {
   std::ostringstream text;
+  text.exceptions(std::ios_base::badbit);  // Out of memory, a text is not cut short.
   text << Ptr<const Entity>(static_cast<const Entity*>(object()));
   return String8(text.view());
 }

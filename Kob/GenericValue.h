@@ -13,6 +13,8 @@
 // an `operator<<`, and a constructor that parses what that prints (Kob/Strep.h). Builtin types have
 // both here: bool prints as "true" and "false", numbers as decimals.
 
+#include <ios>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string_view>
@@ -74,6 +76,7 @@ class KOB_EXPORT GenericValue : public GenericIf {
   Ptr<const GenericIf> clone() const override { return {new GenericValue(value_, true)}; }
   String8 strRep() const override {
     std::ostringstream text;
+    text.exceptions(std::ios_base::badbit);  // Out of memory, a text is not cut short.
     text << std::boolalpha << value_;
     return String8(text.view());
   }
@@ -215,9 +218,9 @@ class PlainType : public KobType {
 /// Makes a type object and registers its name.
 template <class Type, class... Arguments>
 [[nodiscard]] KobType* newType(const char* qualifiedName, Arguments... arguments) {
-  auto* const type = new Type(qualifiedName, arguments...);
-  KobType::typeNodeIs(type, qualifiedName);
-  return type;
+  std::unique_ptr<Type> type(new Type(qualifiedName, arguments...));
+  KobType::typeNodeIs(type.get(), qualifiedName);
+  return type.release();
 }
 
 /// The type object of the value type T, made on first use.

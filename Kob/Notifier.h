@@ -61,7 +61,9 @@ template <class T, class Call>
 
 /// Calls `call(notifiee)` for each member of the list; `id` is the attribute id under which an
 /// exception out of the call is told. Does nothing, and copies nothing, when the list is empty; the
-/// snapshot of one member is a reference to it (measured: half the time of the walk).
+/// snapshot of one member is a reference to it (measured: half the time of the walk). Throws
+/// std::bad_alloc, and has called nobody, when there are more than SnapshotRoom::inlineSize and no
+/// memory to note them. What is announced stands by then, and can be announced again.
 template <class T, class Call>
 void announce(const ListRaw<T>& list, AttributeId id, const Call& call) {
   if (list.members() == 0) return;
@@ -70,7 +72,8 @@ void announce(const ListRaw<T>& list, AttributeId id, const Call& call) {
   callIsolated(*only, id, call, Expect::innermost());
 }
 
-/// Tells each member of the list that the notifier's last reference has gone.
+/// Tells each member of the list that the notifier's last reference has gone. The last release
+/// throws nothing, so running out of memory for it ends the process.
 template <class T>
 void announceZeroReferences(const ListRaw<T>& list) {
   announce(list, zeroReferencesAttributeId, [](T& notifiee) { notifiee.onZeroReferences(); });

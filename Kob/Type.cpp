@@ -1,6 +1,8 @@
 #include "Kob/Type.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <new>
 #include <utility>
 
 #include "Kob/Assert.h"
@@ -35,7 +37,9 @@ KobAttr* KobAttr::attrIs(const Name& name, KobType* type, AttributeFlags flags, 
   KOB_ASSERT(attr(name) == nullptr, "attr( name ) == nullptr",
              "Kob::KobAttr* Kob::KobAttr::attrIs(const Kob::Name&, Kob::KobType*, "
              "Kob::AttributeFlags, Kob::AttributeId)");
-  return attrs_.emplace_back(new KobAttr(name, type, flags, id)).get();
+  const Ptr<KobAttr> attribute(new KobAttr(name, type, flags, id));
+  attrs_.push_back(attribute);
+  return attribute.get();
 }
 
 void KobAttr::attrDel(const Name& name) noexcept {
@@ -74,9 +78,10 @@ bool KobType::isA(const KobType* other) const noexcept {
 
 namespace {
 
-std::vector<KobType*>& registry() {
+std::vector<KobType*>& registry() noexcept {
   // Never destroyed, as the types that it lists.
-  static auto& types = *new std::vector<KobType*>;
+  alignas(std::vector<KobType*>) static std::byte memory[sizeof(std::vector<KobType*>)];
+  static auto& types = *new (memory) std::vector<KobType*>;
   return types;
 }
 

@@ -28,6 +28,8 @@ NameTable& nameTable() {
   static auto& table = *new NameTable;
   return table;
 }
+// Made at load: reading a name, and printing one in a trace, never runs out of memory.
+[[maybe_unused]] const NameTable& tableAtLoad = nameTable();
 
 std::uint32_t indexOf(const Kob::String8& name) {
   NameTable& table = nameTable();
