@@ -31,8 +31,11 @@ SANITIZER_ENVIRONMENT = {
     "UBSAN_OPTIONS": "print_stacktrace=1",
 }
 VALGRIND = [
-    "valgrind",
+    # Writes to a descriptor of its own: tests run the program without standard error too.
+    *("sh", "-c", 'exec valgrind "$@" 9>&2', "valgrind", "--log-fd=9"),
     "--quiet",
+    "--soname-synonyms=somalloc=nouserintercepts",  # operators new and delete of the test programs themselves
+    f"--suppressions={ROOT}/tests/valgrind.supp",
     "--leak-check=full",
     "--errors-for-leak-kinds=definite,indirect,possible",
     "--error-exitcode=99",

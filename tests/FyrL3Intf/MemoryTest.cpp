@@ -3,108 +3,24 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
+#include <set>
 #include <string>
+#include <vector>
 
 #include "FyrL3Intf/FyrL3IntfSm.h"
 #include "FyrL3Intf/FyrL3IntfTable.h"
-#include "tests/FyrL3Intf/World.h"
+#include "tests/FyrL3Intf/FailingEvents.h"
 
 namespace FyrL3Intf::Tests {
 namespace {
 
-/// The heap as the whole program sees it, through the operators below.
-struct Heap {
-  static constexpr std::size_t never = static_cast<std::size_t>(-1);
-
-  std::size_t allocations = 0;
-  std::size_t live = 0;
-  /// How many allocations succeed before one fails.
-  std::size_t failAfter = never;
-
-  void* allocate(std::size_t size) noexcept {
-    if (failAfter != never && failAfter-- == 0) return nullptr;
-    ++allocations;
-    ++live;
-    return std::malloc(size == 0 ? 1 : size);
-  }
-  void release(void* block) noexcept {
-    if (block == nullptr) return;
-    --live;
-    std::free(block);
-  }
-};
-
-Heap heap;
-
-void* orThrow(void* block) {
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-
-/// Calls `call` again and again, with the first allocation failing, the second, and so on, until it
-/// is through. `afterFailure` looks at what stands after each failure. GoogleTest allocates too, so
-/// nothing is expected while allocations fail or are counted.
-template <class Call, class AfterFailure>
-void failEachAllocationOf(const Call& call, const AfterFailure& afterFailure) {
-  constexpr std::size_t enough = 1000;
-  for (std::size_t n = 0; n < enough; ++n) {
-    heap.failAfter = n;
-    try {
-      call();
-      heap.failAfter = Heap::never;
-      return;
-    } catch (const std::bad_alloc&) {
-      heap.failAfter = Heap::never;
-      afterFailure();
-    }
-  }
-  FAIL() << "no end of allocations";
-}
-
-/// The allocations of the call.
-template <class Call>
-std::size_t allocationsOf(const Call& call) {
-  const std::size_t before = heap.allocations;
-  call();
-  return heap.allocations - before;
-}
-
-}  // namespace
-}  // namespace FyrL3Intf::Tests
-
-void* operator new(std::size_t size) {
-  using namespace FyrL3Intf::Tests;
-  return orThrow(heap.allocate(size));
-}
-void* operator new[](std::size_t size) {
-  using namespace FyrL3Intf::Tests;
-  return orThrow(heap.allocate(size));
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return FyrL3Intf::Tests::heap.allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return FyrL3Intf::Tests::heap.allocate(size);
-}
-void operator delete(void* block) noexcept { FyrL3Intf::Tests::heap.release(block); }
-void operator delete[](void* block) noexcept { FyrL3Intf::Tests::heap.release(block); }
-void operator delete(void* block, std::size_t) noexcept { FyrL3Intf::Tests::heap.release(block); }
-void operator delete[](void* block, std::size_t) noexcept { FyrL3Intf::Tests::heap.release(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-  FyrL3Intf::Tests::heap.release(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept {
-  FyrL3Intf::Tests::heap.release(block);
-}
-
-namespace FyrL3Intf::Tests {
-namespace {
+using KobTest::allocationsOf;
+using KobTest::failingEachAllocationOf;
 
 TEST(Memory, TheHeapSeesWhatTheLibrariesAllocate) {
-  EXPECT_GT(allocationsOf([] { tableFactory("table", false); }), 0U);
+  EXPECT_GT(allocationsOf([] { tableFactory("table", false); }), 0);
 }
 
 TEST(Memory, ALookUpThatHitsAllocatesNothing) {
@@ -113,13 +29,12 @@ TEST(Memory, ALookUpThatHitsAllocatesNothing) {
   const L3Id l3Id(0xFFFFFFFFFFFFFFFF);
   table->intfL3IndexIs(intf, l3Id);
   table->routedPortNameIs(l3Id, intf);
-  // The first one in a process finds its trace facility.
-  bool found = table->intfIdToL3Id(intf) == l3Id;
+  bool found = false;
   EXPECT_EQ(allocationsOf([&] {
               found = table->intfIdToL3Id(intf) == l3Id && table->l3IdToIntfId(l3Id) == intf &&
                       table->routedPortName(l3Id) == intf && table->intfL3Index(intf) == l3Id;
             }),
-            0U);
+            0);
   EXPECT_TRUE(found);
 }
 
@@ -140,22 +55,22 @@ class TableWithoutMemory : public testing::Test {
 };
 
 TEST_F(TableWithoutMemory, ANewInterfaceThatFailsIsNotThereAndNotCounted) {
-  failEachAllocationOf([&] { table->intfL3IndexIs("Ethernet5"_intf, L3Id(5)); },
-                       [&] { EXPECT_EQ(textOf(*table), before); });
+  failingEachAllocationOf([&] { table->intfL3IndexIs("Ethernet5"_intf, L3Id(5)); },
+                          [&] { EXPECT_EQ(textOf(*table), before); });
   EXPECT_EQ(table->intfL3Index("Ethernet5"_intf), L3Id(5));
   EXPECT_EQ(table->changeCount(), 9U);
 }
 
 TEST_F(TableWithoutMemory, ANewIdentifierThatFailsIsNotThereAndNotCounted) {
-  failEachAllocationOf([&] { table->routedPortNameIs(L3Id(5), "Ethernet5"_intf); },
-                       [&] { EXPECT_EQ(textOf(*table), before); });
+  failingEachAllocationOf([&] { table->routedPortNameIs(L3Id(5), "Ethernet5"_intf); },
+                          [&] { EXPECT_EQ(textOf(*table), before); });
   EXPECT_EQ(table->routedPortName(L3Id(5)), "Ethernet5"_intf);
   EXPECT_EQ(table->changeCount(), 9U);
 }
 
 TEST_F(TableWithoutMemory, ARawInsertionThatFailsChangesNothing) {
-  failEachAllocationOf([&] { table->newIntfL3Index("Ethernet5"_intf, L3Id(5)); },
-                       [&] { EXPECT_EQ(textOf(*table), before); });
+  failingEachAllocationOf([&] { table->newIntfL3Index("Ethernet5"_intf, L3Id(5)); },
+                          [&] { EXPECT_EQ(textOf(*table), before); });
   EXPECT_EQ(table->intfL3Indexs(), 5U);
 }
 
@@ -168,41 +83,122 @@ TEST_F(TableWithoutMemory, AnOverwriteAndARemovalNeedNone) {
               table->intfL3IndexDelAll();
               table->routedPortNameDelAll();
             }),
-            0U);
+            0);
+}
+
+TEST_F(TableWithoutMemory, ALookUpThatIsTracedDoesNotFail) {
+  table->intfL3IndexIs("Ethernet5"_intf, L3Id(0xFFFFFFFFFFFFFFFF));
+  const Plexo::IntfId intf = "Ethernet5"_intf;
+  for (const Failing mode : {Failing::once, Failing::fromThereOn}) {
+    bool failed = true;
+    for (std::size_t successes = 0; failed; ++successes) {
+      const Trace trace;
+      L3Id l3Id;
+      Plexo::IntfId owner;
+      const Outcome outcome = failingAfter(
+          successes,
+          [&] {
+            l3Id = table->intfIdToL3Id(intf);
+            owner = table->l3IdToIntfId(l3Id);
+          },
+          mode);
+      EXPECT_FALSE(outcome.thrown);
+      EXPECT_EQ(l3Id, L3Id(0xFFFFFFFFFFFFFFFF));
+      EXPECT_FALSE(owner);
+      failed = outcome.failed;
+    }
+  }
+}
+
+/// A table with so many readers that announcing to them needs memory for the list of them.
+class TableWithManyReaders : public testing::Test {
+ protected:
+  const Plexo::IntfId p = "Ethernet1"_intf;
+  Kob::Ptr<Table> table = tableFactory("table", false);
+  std::vector<Kob::Ptr<Reader>> readers;
+
+  void SetUp() override {
+    table->intfL3IndexIs(p, L3Id(1));
+    giveUpTheBlockOfTheWalks();
+    readers = manyReadersOf(table);
+  }
+  /// What each of them heard.
+  [[nodiscard]] std::set<std::string> heard() const {
+    std::set<std::string> texts;
+    for (const auto& reader : readers) texts.insert(reader->text());
+    return texts;
+  }
+};
+
+using Texts = std::set<std::string>;
+
+TEST_F(TableWithManyReaders, AValueThatCanNotBeAnnouncedIsWrittenAndCounted) {
+  const auto write = [&] { table->intfL3IndexIs(p, L3Id(2)); };
+  EXPECT_TRUE(failingAfter(0, write).thrown);
+  EXPECT_EQ(textOf(*table), "Ethernet1->2 changes 2\n");
+  EXPECT_EQ(heard(), Texts{"heard"});
+  write();
+  EXPECT_EQ(heard(), Texts{"heard"}) << "the value stands, so writing it is no change";
+  table->intfL3IndexNotify(p);
+  EXPECT_EQ(heard(), Texts{"heard Ethernet1"});
+}
+
+TEST_F(TableWithManyReaders, ARemovalThatCanNotBeAnnouncedIsMadeAndCounted) {
+  EXPECT_TRUE(failingAfter(0, [&] { table->intfL3IndexDel(p); }).thrown);
+  EXPECT_EQ(textOf(*table), "changes 2\n");
+  EXPECT_EQ(heard(), Texts{"heard"});
+  table->intfL3IndexIs(p, L3Id(3));
+  EXPECT_EQ(heard(), Texts{"heard Ethernet1"});
+}
+
+TEST_F(TableWithManyReaders, TheRemovalOfAllStopsAtTheKeyThatCanNotBeAnnounced) {
+  table->intfL3IndexIs("Ethernet2"_intf, L3Id(2));
+  giveUpTheBlockOfTheWalks();
+  EXPECT_TRUE(failingAfter(0, [&] { table->intfL3IndexDelAll(); }).thrown);
+  EXPECT_EQ(table->intfL3Indexs(), 1U);
+  EXPECT_EQ(table->changeCount(), 3U);
+  table->intfL3IndexDelAll();
+  EXPECT_EQ(table->intfL3Indexs(), 0U);
+}
+
+TEST_F(TableWithManyReaders, ALastReferenceThatCanNotBeAnnouncedEndsTheProcess) {
+  for (const auto& reader : readers) reader->isWeakReferenceIs(true);
+  EXPECT_EXIT((KobTest::FailingHeap::failAfter(0), table = nullptr),
+              testing::KilledBySignal(SIGABRT), "std::bad_alloc");
 }
 
 TEST(MemoryOfTheFactory, ATableThatFailsLeavesNothingBehind) {
   const Kob::Name name("a table with a name");
   tableFactory(name, true);
-  const std::size_t live = heap.live;
-  failEachAllocationOf([&] { tableFactory(name, true); }, [&] { EXPECT_EQ(heap.live, live); });
-  EXPECT_EQ(heap.live, live);
+  const std::size_t before = live();
+  failingEachAllocationOf([&] { tableFactory(name, true); }, [&] { EXPECT_EQ(live(), before); });
+  EXPECT_EQ(live(), before);
 }
 
 TEST(MemoryOfTheFactory, AMachineThatFailsLeavesNothingBehind) {
   World world(noInternalVlans);
   world.start();
   world.machine = nullptr;
-  const std::size_t live = heap.live;
-  failEachAllocationOf([&] { world.start(); },
-                       [&] {
-                         EXPECT_EQ(heap.live, live);
-                         EXPECT_FALSE(world.machine);
-                         EXPECT_EQ(world.config->kobNotifiees().members(), 0U);
-                         EXPECT_EQ(world.config->references(), 1U);
-                         EXPECT_EQ(world.table->references(), 1U);
-                         EXPECT_EQ(world.activity->references(), 1U);
-                       });
+  const std::size_t before = live();
+  failingEachAllocationOf([&] { world.start(); },
+                          [&] {
+                            EXPECT_EQ(live(), before);
+                            EXPECT_FALSE(world.machine);
+                            EXPECT_EQ(world.config->kobNotifiees().members(), 0U);
+                            EXPECT_EQ(world.config->references(), 1U);
+                            EXPECT_EQ(world.table->references(), 1U);
+                            EXPECT_EQ(world.activity->references(), 1U);
+                          });
   world.machine = nullptr;
-  EXPECT_EQ(heap.live, live);
+  EXPECT_EQ(live(), before);
 }
 
 TEST(MemoryOfNames, ANameThatFailsIsNotKept) {
   const Kob::String8 name("ANameThatNeedsMemory");
   const std::size_t names = Plexo::intfNames();
   Plexo::IntfId intf;
-  failEachAllocationOf([&] { intf = Plexo::IntfId(name); },
-                       [&] { EXPECT_EQ(Plexo::intfNames(), names); });
+  failingEachAllocationOf([&] { intf = Plexo::IntfId(name); },
+                          [&] { EXPECT_EQ(Plexo::intfNames(), names); });
   EXPECT_EQ(Plexo::intfNames(), names + 1);
   EXPECT_EQ(intf, Plexo::IntfId(name));
 }
@@ -215,7 +211,7 @@ TEST(MemoryOfInterfaceSets, ASetThatFailsToBeAssignedKeepsItsEntries) {
   }
   target.memberIs("Ethernet9"_intf, false);
   const ConfigSm::IntfSet old(target);
-  failEachAllocationOf([&] { target = source; }, [&] { EXPECT_EQ(target, old); });
+  failingEachAllocationOf([&] { target = source; }, [&] { EXPECT_EQ(target, old); });
   EXPECT_EQ(target, source);
 }
 

@@ -4,7 +4,6 @@
 
 #include <climits>
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 #include <string>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "Kob/Activity.h"
 #include "Kob/String8.h"
 #include "Kob/Trace.h"
+#include "tests/Kob/FailingHeap.h"
 #include "tests/Kob/Machine.h"
 #include "tests/Kob/Pairs.h"
 #include "tests/Kob/Source.h"
@@ -19,58 +19,30 @@
 namespace KobTest {
 namespace {
 
-/// The heap of the whole test program, through the operators below.
-struct Heap {
-  static constexpr int never = -1;
-
-  void* allocate(std::size_t size) {
-    if (successesLeft == 0) {
-      successesLeft = never;
-      refused = size;
-      throw std::bad_alloc();
-    }
-    if (successesLeft > 0) --successesLeft;
-    ++allocations;
-    void* const memory = std::malloc(size != 0 ? size : 1);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-  }
-
-  /// How many allocations succeed before one fails.
-  int successesLeft = never;
-  int allocations = 0;
-  /// Bytes of the allocation that failed last.
-  std::size_t refused = 0;
-};
-
-Heap heap;
-
-/// Calls `act` with its first allocation failing, then with its second, and so on until none fails;
-/// `check` looks at what stands after each failure. Returns how many there were. GoogleTest
-/// allocates too, so `act` expects nothing.
-template <class Act, class Check>
-int failingEachAllocationOf(const Act& act, const Check& check) {
-  for (int successes = 0;; ++successes) {
-    heap.successesLeft = successes;
-    try {
-      act();
-      heap.successesLeft = Heap::never;
-      return successes;
-    } catch (const std::bad_alloc&) {
-      check();
-    }
-  }
-}
-
-template <class Act>
-int allocationsOf(const Act& act) {
-  const int before = heap.allocations;
-  act();
-  return heap.allocations - before;
-}
-
 using Kob::Ptr;
 using Kob::String8;
+
+TEST(TheHeap, SeesAndFailsEachFormOfAllocation) {
+  struct alignas(64) Line {
+    char bytes[64];
+  };
+  const std::size_t before = FailingHeap::live();
+  int* volatile one = new int;
+  int* volatile several = new int[3];
+  Line* volatile aligned = new (std::nothrow) Line;
+  Line* volatile alignedSeveral = new Line[2];
+  const std::size_t during = FailingHeap::live();
+  delete one;
+  delete[] several;
+  delete aligned;
+  delete[] alignedSeveral;
+  EXPECT_EQ(during, before + 4);
+  EXPECT_EQ(FailingHeap::live(), before);
+  one = nullptr;
+  EXPECT_TRUE(failingAfter(0, [&] { one = new (std::nothrow) int; }).failed);
+  EXPECT_EQ(one, nullptr);
+  EXPECT_TRUE(failingAfter(0, [&] { alignedSeveral = new Line[2]; }).thrown);
+}
 
 template <class Hash>
 class CollectionOutOfMemory : public testing::Test {
@@ -91,6 +63,20 @@ TYPED_TEST(CollectionOutOfMemory, HasNotInsertedWhenItCanNotGrow) {
   expectHolds(pairs, firstNumbers(5));
 }
 
+TYPED_TEST(CollectionOutOfMemory, TakesEachEntryThatItCouldNotTakeBefore) {
+  for (const Failing mode : {Failing::once, Failing::fromThereOn}) {
+    Pairs<TypeParam> pairs;
+    Pairs<TypeParam> untroubled;
+    for (int number = 0; number < 70; ++number) {
+      insert(untroubled, number);
+      failingEachAllocationOf([&] { insert(pairs, number); },
+                              [&] { expectHolds(pairs, firstNumbers(number)); }, mode);
+      EXPECT_EQ(pairs.buckets(), untroubled.buckets());
+    }
+    expectHolds(pairs, firstNumbers(70));
+  }
+}
+
 TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotBeResized) {
   Pairs<TypeParam> pairs;
   insertAll(pairs, firstNumbers(9));
@@ -106,9 +92,8 @@ TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotBeResized) {
 TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotGetAsManyBucketsAsItMayHave) {
   Pairs<TypeParam> pairs;
   insertAll(pairs, firstNumbers(9));
-  heap.successesLeft = 0;
-  EXPECT_THROW(pairs.setSize0(UINT_MAX), std::bad_alloc);
-  EXPECT_EQ(heap.refused, (sizeof(void*) + 1) << 31U) << "2^31 buckets and no more";
+  EXPECT_TRUE(failingAfter(0, [&] { pairs.setSize0(UINT_MAX); }).thrown);
+  EXPECT_EQ(FailingHeap::refused(), (sizeof(void*) + 1) << 31U) << "2^31 buckets and no more";
   expectHolds(pairs, firstNumbers(9));
   EXPECT_EQ(pairs.buckets(), 64U);
 }
@@ -130,6 +115,22 @@ TYPED_TEST(CollectionOutOfMemory, KeepsItsContentWhenItCanNotBeAssigned) {
   failingEachAllocationOf([&] { target = source; }, [&] { expectHolds(target, {3, 50}); });
   expectHolds(target, firstNumbers(6));
   expectHolds(source, firstNumbers(6));
+}
+
+TYPED_TEST(CollectionOutOfMemory, IsWalkedAndEmptiedWithoutAny) {
+  Pairs<TypeParam> pairs;
+  insertAll(pairs, firstNumbers(20));
+  const Outcome outcome = failingAfter(
+      0,
+      [&] {
+        for (typename Pairs<TypeParam>::Iterator it(&pairs); it; ++it) {
+          if (it.key().number % 2 == 0) pairs.deleteMember(it.ptr().get());
+        }
+        pairs.emptyAllBuckets();
+      },
+      Failing::fromThereOn);
+  EXPECT_FALSE(outcome.failed);
+  expectHolds(pairs, {});
 }
 
 TEST(StringOutOfMemory, KeepsItsContent) {
@@ -269,10 +270,3 @@ TEST(Allocations, NoneForATracePointThatIsOff) {
 
 }  // namespace
 }  // namespace KobTest
-
-void* operator new(std::size_t size) { return KobTest::heap.allocate(size); }
-void* operator new[](std::size_t size) { return KobTest::heap.allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
