@@ -29,11 +29,12 @@ void HashMapGeneric::grow() {
 
 PtrInterface* HashMapGeneric::findNextG(const PtrInterface* after, Cursor& cursor) const {
   if (after == nullptr) {
-    firstUsed_ = cursor.bucket = usedBucket(firstUsed_);
-    return cursor.bucket < buckets() ? buckets_[cursor.bucket] : nullptr;
+    PtrInterface* const first = findFrom(firstUsed_, cursor);
+    firstUsed_ = cursor.bucket;
+    return first;
   }
   const std::uint32_t hash = vTable_->hash(after);
-  cursor.bucket = bucketOf(hash);
+  cursor = cursorOn(bucketOf(hash));
   PtrInterface* before = nullptr;
   PtrInterface* const found = seek(*vTable_, hash, nullptr, after, true, before);
   return found != nullptr ? found : findNextBucket(cursor);
@@ -41,7 +42,7 @@ PtrInterface* HashMapGeneric::findNextG(const PtrInterface* after, Cursor& curso
 
 PtrInterface* HashMapGeneric::startAtHash(const void* key, std::uint32_t hash,
                                           Cursor& cursor) const {
-  cursor.bucket = bucketOf(hash);
+  cursor = cursorOn(bucketOf(hash));
   PtrInterface* before = nullptr;
   PtrInterface* const found = seek(*vTable_, hash, key, nullptr, false, before);
   return found != nullptr ? found : findNextBucket(cursor);
@@ -57,12 +58,12 @@ void HashMapGeneric::unlinked(std::uint32_t bucket, std::uint8_t groups, PtrInte
 }
 
 void HashMapGeneric::emptyAllBuckets() noexcept {
-  for (std::uint32_t bucket = usedBucket(0); bucket < buckets(); bucket = usedBucket(bucket + 1)) {
-    // One entry after the other, so that a long chain is not released recursively.
-    while (PtrInterface* const first = buckets_[bucket]) {
-      buckets_[bucket] = next(first);
-      unlinked(bucket, buckets_[bucket] != nullptr ? filters_[bucket] : std::uint8_t{0}, first);
-    }
+  // One entry after the other, so that a long chain is not released recursively.
+  Cursor cursor;
+  while (PtrInterface* const first = findNextG(nullptr, cursor)) {
+    const std::uint32_t bucket = cursor.bucket;
+    buckets_[bucket] = next(first);
+    unlinked(bucket, buckets_[bucket] != nullptr ? filters_[bucket] : std::uint8_t{0}, first);
   }
 }
 

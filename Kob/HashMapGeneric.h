@@ -59,9 +59,11 @@ class KOB_EXPORT HashMapGeneric {
     VTable() = default;
   };
 
-  /// A place in the order of iteration: the bucket in which the entry just found stands.
+  /// A place in the order of iteration: the bucket in which the entry just found stands, and what
+  /// is left of its group of eight behind it, so that a walk reads the filters of a group once.
   struct Cursor {
     std::uint32_t bucket = 0;
+    std::uint64_t rest = 0;
   };
 
   HashMapGeneric(const HashMapGeneric&) = delete;
@@ -87,7 +89,8 @@ class KOB_EXPORT HashMapGeneric {
   /// The first entry after `after` in iteration order; with null, the first of all. `after` need
   /// not be in the collection any more. Null at the end. Sets the cursor to its bucket.
   [[nodiscard]] PtrInterface* findNextG(const PtrInterface* after, Cursor& cursor) const;
-  /// The first entry in the buckets after the cursor's, or null. Moves the cursor.
+  /// The first entry in the buckets after the cursor's, or null. Moves the cursor. REQUIRES: the
+  /// cursor was set by one of the others, and the collection has not changed since.
   [[nodiscard]] PtrInterface* findNextBucket(Cursor& cursor) const;
   /// The first entry that does not come before (`hash`, `key`) in iteration order, or null; `hash`
   /// is the key's reversed hash. Sets the cursor.
@@ -154,7 +157,7 @@ class KOB_EXPORT HashMapGeneric {
   static constexpr std::uint32_t inlineBuckets = 4;
   // More buckets would not be told apart by a 32-bit hash, and do not fit memory anyway.
   static constexpr unsigned maxBits = 31;
-  static constexpr std::size_t filtersPerWord = sizeof(std::uint64_t);
+  static constexpr std::uint32_t filtersPerWord = sizeof(std::uint64_t);
 
   static constexpr std::uint8_t bitsFor(unsigned size) noexcept {
     std::uint8_t bits = 0;
@@ -193,8 +196,24 @@ class KOB_EXPORT HashMapGeneric {
                      const PtrInterface* other, bool strict, PtrInterface*& before) const;
   /// Lets go of an entry that has left its chain, in which these groups are left.
   void unlinked(std::uint32_t bucket, std::uint8_t groups, PtrInterface* entry);
-  /// The first bucket from this one on that has an entry, or the number of buckets.
-  [[nodiscard]] std::uint32_t usedBucket(std::uint32_t from) const noexcept;
+  /// The filters of the eight buckets from `bucket` on, a multiple of eight, one byte for each, the
+  /// first in the lowest.
+  [[nodiscard]] std::uint64_t filtersFrom(std::uint32_t bucket) const noexcept {
+    static_assert(std::endian::native == std::endian::little);
+    std::uint64_t filters = 0;
+    std::memcpy(&filters, filters_ + bucket, sizeof filters);
+    return filters;
+  }
+  /// A cursor on this bucket.
+  [[nodiscard]] Cursor cursorOn(std::uint32_t bucket) const noexcept {
+    const std::uint32_t lane = bucket % filtersPerWord;
+    return {bucket, filtersFrom(bucket - lane) & (~std::uint64_t{0xFF} << (8U * lane))};
+  }
+  /// Sets the cursor to the first bucket from this one on that has an entry, and returns its first.
+  PtrInterface* findFrom(std::uint32_t bucket, Cursor& cursor) const {
+    cursor = cursorOn(bucket);
+    return filters_[bucket] != 0 ? buckets_[bucket] : findNextBucket(cursor);
+  }
   void grow();
   [[noreturn]] static void refuseLinked() noexcept;
   [[noreturn]] static void refuseSecond() noexcept;
@@ -217,24 +236,17 @@ class KOB_EXPORT HashMapGeneric {
   alignas(std::uint64_t) std::uint8_t inlineFilters_[filtersPerWord] = {};
 };
 
-inline std::uint32_t HashMapGeneric::usedBucket(std::uint32_t from) const noexcept {
-  const std::uint32_t end = buckets();
-  while (from < end) {
-    std::uint64_t filters = 0;
-    const std::uint32_t word = from & ~static_cast<std::uint32_t>(filtersPerWord - 1);
-    std::memcpy(&filters, filters_ + word, sizeof filters);
-    // Little-endian: the filter of the first bucket is in the lowest byte.
-    static_assert(std::endian::native == std::endian::little);
-    filters >>= (from - word) * 8U;
-    if (filters != 0) return from + static_cast<std::uint32_t>(std::countr_zero(filters)) / 8U;
-    from = word + static_cast<std::uint32_t>(filtersPerWord);
-  }
-  return end;
-}
-
 inline PtrInterface* HashMapGeneric::findNextBucket(Cursor& cursor) const {
-  cursor.bucket = usedBucket(cursor.bucket + 1);
-  return cursor.bucket < buckets() ? buckets_[cursor.bucket] : nullptr;
+  std::uint32_t group = cursor.bucket - cursor.bucket % filtersPerWord;
+  while (cursor.rest == 0) {
+    group += filtersPerWord;
+    if (group >= buckets()) return nullptr;
+    cursor.rest = filtersFrom(group);
+  }
+  const auto lane = static_cast<std::uint32_t>(std::countr_zero(cursor.rest)) / 8U;
+  cursor.rest &= ~std::uint64_t{0xFF} << (8U * lane);
+  cursor.bucket = group + lane;
+  return buckets_[cursor.bucket];
 }
 
 template <class Keys>
