@@ -572,7 +572,7 @@ void ConfigSm::vlanHandedOver(Bridging::VlanIdOrNone old) {
 void ConfigSm::doSetInternalVlanId(Plexo::IntfId intfId, Bridging::VlanIdOrNone newInternalVlanId) {
   KOB_TRACE(trace(), 8, "ConfigSm", "doSetInternalVlanId",
             this << "::doSetInternalVlanId( " << newInternalVlanId << " )");
-  Table* const table = &*fyrL3IntfTable_;
+  const auto table = fyrL3IntfTable();  // Held: a reader may drop the machine and the table.
   const L3Id oldPlatformId = Kob::valueAt(table->intfL3IndexCollection(), intfId);
   const Bridging::VlanIdOrNone oldInternalVlanId(oldPlatformId);
   if (oldInternalVlanId == newInternalVlanId) return;
