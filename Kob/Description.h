@@ -355,7 +355,8 @@ std::unique_ptr<GenericIf::IteratorState> iterateCollection(const void* object,
   return std::make_unique<HashMapIteratorState<Map>>(typename Map::IteratorConst(&map, *typed));
 }
 
-// The rows.
+// The rows. Each is written out whole: clang 14 takes no function that the compiler evaluates for a
+// constant inside another of them.
 
 /// An attribute that is described but not reached by id.
 template <class T>
@@ -410,10 +411,17 @@ template <class Access, class... Parameters, std::size_t count>
 [[nodiscard]] consteval AttributeRow instantiatingCollection(
     const char* name, AttributeId id, AttributeFlags flags,
     const char* const (&parameters)[count]) {
-  AttributeRow row = collection<Access>(name, id, flags, KobAttr::instantiatingKind);
-  row.declaredAlone = true;
-  row.parameters = parametersOf<Parameters...>(parameters);
-  return row;
+  using Map = MapOf<Access>;
+  return {.name = name,
+          .id = id,
+          .flags = flags,
+          .kindCode = KobAttr::instantiatingKind,
+          .type = TypeOf<typename Map::ValueType>::type,
+          .keyType = TypeOf<typename Map::KeyType>::type,
+          .declaredAlone = true,
+          .parameters = parametersOf<Parameters...>(parameters),
+          .operate = operateCollection<Access>,
+          .iterate = iterateCollection<Access>};
 }
 
 /// A function without parameters, and one with parameters of these names.
@@ -432,10 +440,15 @@ template <auto target, std::size_t count>
 [[nodiscard]] consteval AttributeRow function(const char* name, AttributeId id,
                                               AttributeFlags flags,
                                               const char* const (&parameters)[count]) {
-  AttributeRow row = function<target>(name, id, flags);
-  row.declaredAlone = true;
-  row.parameters = Signature<decltype(target)>::parameters(parameters);
-  return row;
+  using Result = typename Signature<decltype(target)>::Result;
+  return {.name = name,
+          .id = id,
+          .flags = flags,
+          .kindCode = KobAttr::functionKind,
+          .type = TypeOf<Result>::type,
+          .declaredAlone = true,
+          .parameters = Signature<decltype(target)>::parameters(parameters),
+          .operate = operateFunction<target>};
 }
 
 /// A type that is declared within this one, at this place.
