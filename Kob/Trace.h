@@ -98,7 +98,6 @@ inline constexpr int tracePrecision = 12;
 /// What does not change at a trace point.
 struct TracePoint {
   const char* context;
-  unsigned level;
   const char* file;
   unsigned line;
   const char* function;
@@ -108,12 +107,12 @@ struct TracePoint {
 /// whose trace point is off has no room for the stream to make (measured: a third of a look-up).
 template <class Write>
 [[gnu::noinline, gnu::cold]] void traceMessage(const TraceFacility& facility,
-                                               const TracePoint& point, bool enabled,
-                                               const Write& write) {
+                                               const TracePoint& point, unsigned level,
+                                               bool enabled, const Write& write) {
   std::stringstream message;
   message.precision(tracePrecision);
   write(message);
-  traceHelper(facility, point.context, message, point.level, enabled, point.file, point.line,
+  traceHelper(facility, point.context, message, level, enabled, point.file, point.line,
               point.function);
 }
 
@@ -123,13 +122,13 @@ template <class Write>
 ///   KOB_TRACE(trace(), 7, "<unknown>", "weight", "weight( " << name << " )");
 /// Checks in this order: is the facility on (and counts), is the level on, is there a coverage
 /// stream. Formats nothing, and evaluates nothing of `message`, when all say no.
-#define KOB_TRACE(handle, level, context, function, message)                                     \
-  do {                                                                                           \
-    ::Kob::TraceFacility& kobFacility = (handle).facility();                                     \
-    const bool kobEnabled = kobFacility.checked(level);                                          \
-    if (kobEnabled || ::Kob::coverageStream_ != nullptr) [[unlikely]] {                          \
-      ::Kob::traceMessage(kobFacility,                                                           \
-                          {context, level, ::Kob::sourceName(__FILE__), __LINE__, function},     \
-                          kobEnabled, [&](::std::ostream& kobStream) { kobStream << message; }); \
-    }                                                                                            \
+#define KOB_TRACE(handle, level, context, function, message)                                       \
+  do {                                                                                             \
+    ::Kob::TraceFacility& kobFacility = (handle).facility();                                       \
+    const bool kobEnabled = kobFacility.checked(level);                                            \
+    if (kobEnabled || ::Kob::coverageStream_ != nullptr) [[unlikely]] {                            \
+      ::Kob::traceMessage(kobFacility, {context, ::Kob::sourceName(__FILE__), __LINE__, function}, \
+                          level, kobEnabled,                                                       \
+                          [&](::std::ostream& kobStream) { kobStream << message; });               \
+    }                                                                                              \
   } while (false)
