@@ -4,7 +4,7 @@
 // are
 //
 //   x(key)            the value, or a neutral one (Value()) on a miss; objects: the object or null
-//   xIs(key, value)   inserts or overwrites
+//   xIs(key, value)   inserts, as newX does, or overwrites
 //   newX(key, value)  the raw insertion: no count, no announcement; the key must be absent
 //   xDel(key)         removes; returns the former value, or a neutral one when there was none
 //   xDel(iterator)    the same for the entry the iterator stands on; the iterator stays usable

@@ -86,7 +86,7 @@ class KOB_EXPORT Expect {
  public:
   explicit Expect(Exception::Id id) noexcept : Expect(id, innermost_) {}
   /// The same for who opens one scope after the other, and so knows that `outer` is the innermost:
-  /// reading that anew would wait for the scope before to be closed, longer than most calls take.
+  /// to load that anew would wait for the store by which the scope before was closed.
   Expect(Exception::Id id, const Expect* outer) noexcept : id_(id), outer_(outer) {
     innermost_ = this;
   }

@@ -2,11 +2,11 @@
 
 // Keyed hash collections, typed over HashMapGeneric.
 //
-// An entry is a framework object with two things of its own: `fwkKey()`, its key, which does not
-// change while it is in a collection, and a member `Kob::Ptr<Entry> kobNext_`, the link to the next
-// entry of its bucket, to which it makes HashMapLink a friend. HashMapEntry is such an entry for a
-// key and a value; an object that is kept under a key of its own (a state machine per key)
-// is its own entry.
+// An entry is a framework object, whose first base is PtrInterface, with two things of its own:
+// `fwkKey()`, its key, which does not change while it is in a collection, and a member
+// `Kob::Ptr<Entry> kobNext_`, the link to the next entry of its bucket, to which it makes
+// HashMapLink a friend. HashMapEntry is such an entry for a key and a value; an object that is kept
+// under a key of its own (a state machine per key) is its own entry.
 //
 // The hash of a key is key.hash(), 32 bits; collections use it bit-reversed. A key type that keeps
 // its hash reversed says so with kobReversedHash().
@@ -158,7 +158,7 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
 
   /// The entry of this key, or null; valid while it is in the collection.
   [[nodiscard]] Entry* find(const Key& key) const { return find(key, reversedHash(key)); }
-  /// The same for who has the key's reversed hash already.
+  /// The same for who has the key's reversed hash already. REQUIRES: `hash` is that.
   [[nodiscard]] Entry* find(const Key& key, std::uint32_t hash) const {
     const std::uint32_t bucket = bucketOf(hash);
     if (!mayHold(bucket, hash)) return nullptr;
@@ -172,12 +172,14 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
 
   /// Inserts the entry under its own key. REQUIRES: the key is absent; a second one is fatal.
   void newMember(const Ptr<Entry>& entry) { newMember(entry, reversedHash(entry->fwkKey())); }
+  /// The same for who has its reversed hash already. REQUIRES: `hash` is that.
   void newMember(const Ptr<Entry>& entry, std::uint32_t hash) {
     const Key& key = entry->fwkKey();
     this->newMemberWith(keys(), entry.get(), &key, hash);
   }
   /// Unlinks the entry and gives the collection's reference back; false when it is not here.
   bool deleteMember(Entry* entry) { return deleteMember(entry, reversedHash(entry->fwkKey())); }
+  /// The same for who has its reversed hash already. REQUIRES: `hash` is that.
   bool deleteMember(Entry* entry, std::uint32_t hash) {
     return this->deleteMemberWith(keys(), entry, hash);
   }

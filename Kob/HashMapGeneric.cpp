@@ -17,7 +17,7 @@ std::uint32_t HashMapGeneric::roomOf(std::uint32_t buckets) noexcept {
 }
 
 void HashMapGeneric::grow() {
-  KOB_ASSERT_UNTESTABLE(bits_ < maxBits, "bits < maxBits",
+  KOB_ASSERT_UNTESTABLE(members_ < maxMembers, "members < maxMembers",
                         "void Kob::HashMapGeneric::newMemberG(Kob::PtrInterface*, const void*)",
                         "2^31 entries take hundreds of gigabytes");
   std::uint32_t size = buckets();
@@ -83,8 +83,9 @@ void HashMapGeneric::setSize0(unsigned size) {
     return;
   }
   const std::size_t filterWords = (buckets + filtersPerWord - 1) / filtersPerWord;
-  auto heap = std::make_unique<std::uint64_t[]>(buckets + filterWords);
-  auto* const heapBuckets = reinterpret_cast<PtrInterface**>(heap.get());
+  static_assert(sizeof(PtrInterface*) == filtersPerWord);
+  auto heap = std::make_unique<PtrInterface*[]>(buckets + filterWords);
+  auto* const heapBuckets = heap.get();
   auto* const heapFilters = reinterpret_cast<std::uint8_t*>(heap.get() + buckets);
   arrange(heapBuckets, heapFilters, bits);
   buckets_ = heapBuckets;

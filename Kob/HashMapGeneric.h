@@ -14,13 +14,15 @@
 //
 // Growth. A collection starts with the buckets it is asked for (a power of two; up to four are in
 // the object itself), grows when it holds more entries than `roomOf` its buckets, and never shrinks
-// by itself. Small collections are kept sparse, because most of what a look-up costs is guessing
-// wrong whether the first entry of a chain is the one; large ones dense, because they cost memory.
+// by itself. Up to four buckets are filled; then collections are kept sparse, because most of what
+// a look-up costs is guessing wrong whether the first entry of a chain is the one; large ones
+// become dense, because they cost memory. Growing, a collection skips the sizes that would be full
+// already.
 //
 // Filter. Beside the buckets lies one byte for each: which of eight groups, told apart by the three
-// hash bits after those that choose the bucket, have an entry in its chain; none if and only if the
-// chain is empty. It ends most misses without touching an entry, and a walk skips empty buckets
-// eight at a time.
+// hash bits after those that choose the bucket, have an entry in its chain (while a collection is
+// emptied: at least those); none if and only if the chain is empty. It ends most misses without
+// touching an entry, and a walk skips empty buckets eight at a time.
 
 #include <bit>
 #include <cstddef>
@@ -157,6 +159,7 @@ class KOB_EXPORT HashMapGeneric {
   static constexpr std::uint32_t inlineBuckets = 4;
   // More buckets would not be told apart by a 32-bit hash, and do not fit memory anyway.
   static constexpr unsigned maxBits = 31;
+  static constexpr std::uint32_t maxMembers = 1U << maxBits;
   static constexpr std::uint32_t filtersPerWord = sizeof(std::uint64_t);
 
   static constexpr std::uint8_t bitsFor(unsigned size) noexcept {
@@ -231,7 +234,7 @@ class KOB_EXPORT HashMapGeneric {
   PtrInterface** buckets_;
   std::uint8_t* filters_;
   // Buckets, and behind them filters, of a collection that has too many for the object itself.
-  std::unique_ptr<std::uint64_t[]> heap_;
+  std::unique_ptr<PtrInterface*[]> heap_;
   PtrInterface* inlineBuckets_[inlineBuckets] = {};
   alignas(std::uint64_t) std::uint8_t inlineFilters_[filtersPerWord] = {};
 };
@@ -297,9 +300,17 @@ bool HashMapGeneric::deleteMemberWith(const Keys& keys, PtrInterface* entry, std
     at = next(at);
   }
   if (at == nullptr) return false;
-  nextIs(before, bucket, next(entry));
+  PtrInterface* const after = next(entry);
+  nextIs(before, bucket, after);
+  // The chain is sorted by hash, so the entries of one group stand side by side.
+  const auto isOfGroup = [&](const PtrInterface* other) {
+    return other != nullptr && group(keys.hash(other)) == group(hash);
+  };
   std::uint8_t groups = 0;
-  for (at = buckets_[bucket]; at != nullptr; at = next(at)) groups |= group(keys.hash(at));
+  if (buckets_[bucket] != nullptr) {
+    groups = filters_[bucket];
+    if (!isOfGroup(before) && !isOfGroup(after)) groups &= static_cast<std::uint8_t>(~group(hash));
+  }
   unlinked(bucket, groups, entry);
   return true;
 }

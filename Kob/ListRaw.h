@@ -115,8 +115,8 @@ class KOB_EXPORT SnapshotRoom {
  private:
   using Block = std::vector<void*>;
 
-  // Ownership goes by plain pointers, nobody is given the room's address, not even the room itself:
-  // so the compiler knows that only the walk reaches its position, and keeps it in a register.
+  // Static, and the cells are chosen at each access: a room that gave its own address away would
+  // keep the walk's position from standing in a register.
   static Block* borrow(std::size_t size);
   static void giveBack(Block* block) noexcept;
 

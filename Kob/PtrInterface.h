@@ -126,10 +126,11 @@ class KOB_EXPORT PtrInterface : public VFPtrInterface {
  public:
   class NotifieeConst;
 
-  // Freed by size alone, as every framework object is destroyed through its own type.
+  // Freed by size alone, which the virtual destructor supplies. Not for over-aligned types.
   static void* operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
     return objectSlab.allocate(size);
   }
+  static void* operator new(std::size_t size, std::align_val_t alignment) = delete;
   static void operator delete(void* object, std::size_t size) noexcept {
     objectSlab.release(object, size);
   }

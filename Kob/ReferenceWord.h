@@ -49,7 +49,7 @@ class KOB_EXPORT ReferenceWord {
     }
   }
 
-  // Small enough that nothing should stand between them and their callers.
+  // Inlined always: a call would cost as much as what they do.
 
   /// Counts one reference more. A count that would flow into the flags is fatal.
   [[gnu::always_inline]] void inc() noexcept {
@@ -69,7 +69,7 @@ class KOB_EXPORT ReferenceWord {
     if (count > 1) [[likely]]
       return false;
     KOB_ASSERT(count != 0, "references() > 0", "bool Kob::ReferenceWord::dec()");
-    return (before & held) == 0;
+    return (before & aliveMask) == 1;
   }
 
   /// As `dec`, and when it answers true the object is held from there on.

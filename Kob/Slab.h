@@ -3,15 +3,17 @@
 // The framework's allocator: memory for its objects, most of which are small, come in few sizes and
 // live in collections.
 //
-// Cells of one size stand in pages of 16 KiB. A page knows how many of its cells are in use and
-// chains the free ones; a page that has become empty is carved anew, in address order, so that
-// objects which are made one after the other lie one after the other, whatever came before. In
-// front of the pages a short stack of free cells, the magazine, serves objects that come and go: it
-// is all that the inlined operations know. Sizes above `maxSize` go to the heap. Empty pages are
-// kept for their size.
+// Cells of one size stand in pages of 16 KiB. A page knows how many of its cells are
+// handed out and chains the free ones; a page that has become empty is carved anew, in address
+// order, so that objects which are made one after the other lie one after the other, whatever came
+// before. In front of the pages a short stack of free cells, the magazine, serves objects that come
+// and go: it is all that the inlined operations know. Sizes above `maxSize` go to the heap. Empty
+// pages are kept for their size.
 //
-// Freed by size: the caller says what it asked for. While reference counts are atomic
-// (ReferenceWord::threadSafe), the last reference may go on any thread, so a lock is taken.
+// Freed by size: the caller says what it asked for. The inlined operations are part of whoever
+// makes framework objects, which is for the framework's thread alone while reference counts are
+// plain. While reference counts are atomic (ReferenceWord::threadSafe), the last reference may go
+// on any thread, so a lock is taken.
 //
 // Framework objects come from `objectSlab`, which passes everything on to the heap if libKob is
 // built without KOB_SLAB: for sanitizers, valgrind and tests of allocation failures, which want to
