@@ -177,8 +177,11 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
     const Key& key = entry->fwkKey();
     this->newMemberWith(keys(), entry.get(), &key, hash);
   }
-  /// Unlinks the entry and gives the collection's reference back; false when it is not here.
-  bool deleteMember(Entry* entry) { return deleteMember(entry, reversedHash(entry->fwkKey())); }
+  /// Unlinks the entry and gives the collection's reference back; false when it is not here, as
+  /// null never is.
+  bool deleteMember(Entry* entry) {
+    return entry != nullptr && deleteMember(entry, reversedHash(entry->fwkKey()));
+  }
   /// The same for who has its reversed hash already. REQUIRES: `hash` is that.
   bool deleteMember(Entry* entry, std::uint32_t hash) {
     return this->deleteMemberWith(keys(), entry, hash);

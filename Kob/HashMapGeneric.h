@@ -84,9 +84,10 @@ class KOB_EXPORT HashMapGeneric {
   void newMemberG(PtrInterface* entry, const void* key) {
     newMemberWith(*vTable_, entry, key, vTable_->hash(entry));
   }
-  /// Unlinks the entry and gives the collection's reference back; false when it is not here.
+  /// Unlinks the entry and gives the collection's reference back; false when it is not here, as
+  /// null never is.
   bool deleteMember(PtrInterface* entry) {
-    return deleteMemberWith(*vTable_, entry, vTable_->hash(entry));
+    return entry != nullptr && deleteMemberWith(*vTable_, entry, vTable_->hash(entry));
   }
   /// The first entry after `after` in iteration order; with null, the first of all. `after` need
   /// not be in the collection any more. Null at the end. Sets the cursor to its bucket.

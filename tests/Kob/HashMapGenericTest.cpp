@@ -64,6 +64,8 @@ TYPED_TEST(HashMapGenericOf, InsertsAndRemovesWithoutKnowingTheTypeOfItsEntries)
   EXPECT_EQ(core.members(), 6U);
   EXPECT_TRUE(core.deleteMember(entry.get()));
   EXPECT_FALSE(core.deleteMember(entry.get()));
+  EXPECT_FALSE(core.deleteMember(nullptr));
+  EXPECT_FALSE(pairs.deleteMember(nullptr));
   expectHolds(pairs, firstNumbers(5));
 }
 
