@@ -22,8 +22,9 @@ function(projectLibrary name)
   add_library(${name} SHARED ${arg_SOURCES} ${instrumentationSources})
   add_library(FyrL3Intf::${name} ALIAS ${name})
   projectSettings(${name})
-  # Nobody replaces a function of ours, so calls within a library need not allow for it.
-  target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+  # Nobody replaces a function of ours, so calls within a library need not allow for it. But each keeps an address of its
+  # own, by which the operations in a virtual table are told apart.
+  target_compile_options(${name} PRIVATE -fno-semantic-interposition $<$<CXX_COMPILER_ID:GNU>:-fno-ipa-icf>)
   target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_link_libraries(${name} PUBLIC ${arg_LIBRARIES})
