@@ -31,39 +31,50 @@ double residentBytes() {
   return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
 }
 
-/// What `grow()` adds to the resident memory of a child of this process, so that one measurement
-/// finds nothing that another left behind; negative when the child failed.
-template <class Grow>
-double bytesInChild(const Grow& grow) {
-  malloc_trim(0);
+/// What `measure()` answers in a child of this process, so that it leaves nothing behind that
+/// another measurement would find; negative when the child failed.
+template <class Measure>
+double inChild(const Measure& measure) {
   std::array<int, 2> ends{};
   if (pipe(ends.data()) != 0) return -1;
   const pid_t child = fork();
   if (child == 0) {
-    const double before = residentBytes();
-    grow();
-    malloc_trim(0);
-    const double bytes = residentBytes() - before;
-    _exit(write(ends[1], &bytes, sizeof bytes) == sizeof bytes ? 0 : 1);
+    const double value = measure();
+    _exit(write(ends[1], &value, sizeof value) == sizeof value ? 0 : 1);
   }
   close(ends[1]);
-  double bytes = -1;
-  if (read(ends[0], &bytes, sizeof bytes) != sizeof bytes) bytes = -1;
+  double value = -1;
+  if (read(ends[0], &value, sizeof value) != sizeof value) value = -1;
   close(ends[0]);
   waitpid(child, nullptr, 0);
-  return bytes;
+  return value;
+}
+
+/// What `grow()` adds to the resident memory.
+template <class Grow>
+double bytesOf(const Grow& grow) {
+  malloc_trim(0);
+  const double before = residentBytes();
+  grow();
+  malloc_trim(0);
+  return residentBytes() - before;
 }
 
 /// `finish(map)` is done to the full collection.
 template <class Map, class Finish>
 void bytesPerEntry(benchmark::State& state, std::size_t about, const Finish& finish) {
-  const auto entries = entriesAt<IntfId, Map>(about, Load::beforeDoubling);
+  const double full = inChild(
+      [=] { return static_cast<double>(entriesAt<IntfId, Map>(about, Load::beforeDoubling)); });
+  if (full < 0) return state.SkipWithError("the child failed");
+  const auto entries = static_cast<std::size_t>(full);
   const auto order = shuffled(keys<IntfId>(entries));
   for (auto _ : state) {
-    const double bytes = bytesInChild([&] {
-      static Map map;  // not destroyed before the memory has been looked at
-      for (const IntfId key : order) map.insert(key, L3Id(1));
-      finish(map);
+    const double bytes = inChild([&] {
+      return bytesOf([&] {
+        static Map map;  // not destroyed before the memory has been looked at
+        for (const IntfId key : order) map.insert(key, L3Id(1));
+        finish(map);
+      });
     });
     if (bytes < 0) state.SkipWithError("the child failed");
     state.counters["bytesPerEntry"] = bytes / static_cast<double>(entries);
