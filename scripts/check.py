@@ -179,7 +179,7 @@ def build_and_test(tally, title, preset, **options):
 
 def every_source_is_built():
     """No source file has been left out of every build."""
-    builds = ["dev", "asan-ubsan", "bench-quick"]
+    builds = ["dev", "asan-ubsan", "bench-quick", "fuzz"]
     commands = "".join((BUILD / build / "compile_commands.json").read_text() for build in builds)
     folders = [*LAYERS, "tests", "benches"]
     missing = [path for path in sources(*folders, suffixes=(".cpp",)) if f'"{ROOT / path}"' not in commands]
@@ -235,6 +235,8 @@ def check(extent):
         tally.step("growth", lambda: run("scripts/growth.py", BUILD / "bench-quick"))
         if extent == "--all":
             tally.step("growth: 100,000 interfaces", lambda: run("scripts/growth.py", BUILD / "bench-quick", "100000"))
+    if tally.step("fuzz targets: build", build("fuzz")):
+        tally.step("fuzz corpora", lambda: run("./fuzz", "--replay"))
     tally.step("every source is built", every_source_is_built)
 
     if tally.step("coverage: build", build("coverage")):

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -111,10 +112,14 @@ class Walk {
 std::string allOf(int file) {
   std::string text;
   char buffer[4096];
-  for (ssize_t bytes = 0; (bytes = read(file, buffer, sizeof buffer)) > 0;) {
-    text.append(buffer, static_cast<std::size_t>(bytes));
+  while (true) {
+    const ssize_t bytes = read(file, buffer, sizeof buffer);
+    if (bytes > 0) {
+      text.append(buffer, static_cast<std::size_t>(bytes));
+    } else if (bytes == 0 || errno != EINTR) {
+      return text;
+    }
   }
-  return text;
 }
 
 }  // namespace
@@ -150,7 +155,8 @@ Ended inChild(const std::function<void()>& action) {
   ended.standardError = allOf(ends[0]);
   close(ends[0]);
   int status = 0;
-  waitpid(child, &status, 0);
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
   ended.aborted = WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT;
   ended.successful = WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
   return ended;
