@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <type_traits>
 #include <typeinfo>
 #include <utility>
@@ -126,13 +127,19 @@ class KOB_EXPORT PtrInterface : public VFPtrInterface {
  public:
   class NotifieeConst;
 
-  // Freed by size alone, which the virtual destructor supplies. Not for over-aligned types.
+  // Freed by size alone, which the virtual destructor supplies.
   static void* operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
     return objectSlab.allocate(size);
   }
-  static void* operator new(std::size_t size, std::align_val_t alignment) = delete;
   static void operator delete(void* object, std::size_t size) noexcept {
     objectSlab.release(object, size);
+  }
+  // Objects that want more alignment than a cell has come from the heap.
+  static void* operator new(std::size_t size, std::align_val_t alignment) {
+    return ::operator new(size, alignment);
+  }
+  static void operator delete(void* object, std::size_t size, std::align_val_t alignment) noexcept {
+    ::operator delete(object, size, alignment);
   }
 
   ~PtrInterface() override = default;

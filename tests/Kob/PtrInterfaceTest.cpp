@@ -145,6 +145,17 @@ TEST_F(PtrInterfaceTest, TheOperationsOfEveryObjectAnswerNothingByDefault) {
   EXPECT_EQ(object->fwkType(), nullptr);
 }
 
+/// An object that wants more alignment than the framework's own memory has.
+struct alignas(64) Aligned final : PtrInterface {};
+
+TEST_F(PtrInterfaceTest, AnObjectIsAlignedAsItsTypeWants) {
+  std::vector<Ptr<Aligned>> objects;
+  for (int count = 0; count < 10; ++count) {
+    objects.emplace_back(new Aligned);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(objects.back().get()) % alignof(Aligned), 0U);
+  }
+}
+
 TEST_F(LastReference, IsToldBeforeTheObjectIsDestroyed) {
   bool destroyed = false;
   bool toldFirst = false;
