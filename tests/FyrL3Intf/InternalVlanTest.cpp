@@ -189,6 +189,25 @@ TEST_F(InternalVlan, ASetThatSomebodyEmptiedMeanwhileHandsNothingOver) {
   EXPECT_EQ(reader->heard, Log{"Ethernet1"});
 }
 
+TEST_F(InternalVlan, TheTableOutlivesTheOperationInWhichAReaderDropsIt) {
+  for (const bool withdrawn : {false, true}) {
+    World dropped(internalVlans);
+    dropped.start();
+    if (withdrawn) dropped.machine->doSetInternalVlanId(IntfId("Ethernet1"), 100);
+    const auto reader = listenerOf(dropped.table);
+    reader->isWeakReferenceIs(true);
+    Log log;
+    reader->onKey = [&](IntfId) {
+      dropped.machine = nullptr;
+      dropped.table = nullptr;
+      log.push_back("dropped");
+    };
+    reader->onZero = [&] { log.push_back("zero references"); };
+    dropped.machine->doSetInternalVlanId(IntfId("Ethernet1"), withdrawn ? noVlan : 100);
+    EXPECT_EQ(log, (Log{"dropped", "zero references"}));
+  }
+}
+
 // ---------------------------------------------------------------------------------------------
 // Who gets the VLAN
 

@@ -118,6 +118,50 @@ TYPED_TEST(HashMapGenericOf, ResizingKeepsTheContentAndItsOrder) {
   }
 }
 
+TYPED_TEST(HashMapGenericOf, RemovingFromCrowdedBucketsLeavesAllOthersToBeFound) {
+  for (const unsigned buckets : {1U, 2U, 4U}) {
+    // 13 is prime, so each stride visits every number.
+    for (int stride = 1; stride < 13; ++stride) {
+      Pairs<TypeParam> pairs = this->holding(13);
+      pairs.setSize0(buckets);
+      Numbers left = firstNumbers(13);
+      for (int step = 0; step < 13; ++step) {
+        const int number = step * stride % 13;
+        EXPECT_TRUE(remove(pairs, number));
+        left = without(left, {number});
+        expectHolds(pairs, left);
+      }
+    }
+  }
+}
+
+TYPED_TEST(HashMapGenericOf, WalksBeginWithTheFirstEntryWhateverWasTakenAwayBefore) {
+  const auto takeFirst = [](HashMapGeneric& core, int count) {
+    Cursor cursor;
+    for (int taken = 0; taken < count; ++taken) {
+      EXPECT_TRUE(core.deleteMember(core.findNextG(nullptr, cursor)));
+    }
+    static_cast<void>(core.findNextG(nullptr, cursor));
+  };
+  for (int count = 1; count <= 20; ++count) {
+    Pairs<TypeParam> again = this->holding(20);
+    const Numbers order = walked(again);
+    takeFirst(again, count);
+    for (int taken = count; taken-- > 0;) insert(again, order[static_cast<std::size_t>(taken)]);
+    expectHolds(again, firstNumbers(20));
+
+    Pairs<TypeParam> assigned = this->holding(20);
+    takeFirst(assigned, count);
+    assigned = again;
+    expectHolds(assigned, firstNumbers(20));
+
+    Pairs<TypeParam> resized = this->holding(20);
+    takeFirst(resized, count);
+    resized.setSize0(2);
+    expectHolds(resized, Numbers(order.begin() + count, order.end()));
+  }
+}
+
 TYPED_TEST(HashMapGenericOf, ResizingAnEmptyCollectionOnlyChangesItsBuckets) {
   Pairs<TypeParam> pairs;
   for (const unsigned size : {1U, 16U, 2U}) {
