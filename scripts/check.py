@@ -193,7 +193,10 @@ def formatting():
 
 def clang_tidy():
     """Looks at the sources of the libraries and the program, and at headers through them."""
-    command = ["clang-tidy-19", "--quiet", "-p", BUILD / "dev", "--extra-arg=-w"]
+    good, output = run("cmake", "--preset", "clang")  # for its command lines: g++'s have options that clang does not know
+    if not good:
+        return good, output
+    command = ["clang-tidy-19", "--quiet", "-p", BUILD / "clang", "--extra-arg=-w"]
     return run_all([*command, path] for path in sources(*LAYERS, suffixes=(".cpp",)))
 
 
