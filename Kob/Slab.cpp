@@ -1,12 +1,15 @@
 #include "Kob/Slab.h"
 
 #include <new>
+#include <utility>
 
 namespace Kob {
 
 namespace {
 
 constexpr std::size_t pageSize = std::size_t{16} * 1024;
+// Pages come from the heap by the block: it would lose a third of each single one to its alignment.
+constexpr std::size_t blockPages = 64;
 
 struct FreeCell {
   FreeCell* next;
@@ -74,14 +77,22 @@ void Slab::releaseSlowly(void* memory, std::size_t size) noexcept {
   magazine.cells[magazine.count++] = memory;
 }
 
+/// The next page of the block, or the first of another one.
+void* Slab::newPage() {
+  if (pagesLeft_ == 0) {
+    pages_ = static_cast<char*>(::operator new(blockPages * pageSize, std::align_val_t(pageSize)));
+    pagesLeft_ = blockPages;
+  }
+  --pagesLeft_;
+  return std::exchange(pages_, pages_ + pageSize);
+}
+
 /// Half a magazine of cells, so that the next come from it too; fewer when the page has fewer.
 void Slab::fill(std::size_t size) {
   const std::size_t at = (size - 1) / granularity;
   const std::size_t cellSize = (at + 1) * granularity;
   Page*& available = available_[at];
-  if (available == nullptr) {
-    available = new (::operator new(pageSize, std::align_val_t(pageSize))) Page;
-  }
+  if (available == nullptr) available = new (newPage()) Page;
   Page& page = *available;
   const std::uint32_t left = Page::cells(cellSize) - page.used;
   const std::uint32_t count = left < magazineSize / 2 ? left : magazineSize / 2;

@@ -8,7 +8,8 @@
 // order, so that objects which are made one after the other lie one after the other, whatever came
 // before. In front of the pages a short stack of free cells, the magazine, serves objects that come
 // and go: it is all that the inlined operations know. Sizes above `maxSize` go to the heap. Empty
-// pages are kept for their size.
+// pages are kept for their size; new ones come from the heap by the MiB, the unused part of which
+// costs addresses alone.
 //
 // Freed by size: the caller says what it asked for. The inlined operations are part of whoever
 // makes framework objects, which is for the framework's thread alone while reference counts are
@@ -82,6 +83,7 @@ class KOB_EXPORT Slab {
 
   void* allocateSlowly(std::size_t size);
   void releaseSlowly(void* memory, std::size_t size) noexcept;
+  void* newPage();
   void fill(std::size_t size);
   void drain(std::size_t size) noexcept;
 
@@ -90,6 +92,9 @@ class KOB_EXPORT Slab {
   std::array<Magazine, sizes> magazines_{};
   // Of each size the pages with free cells.
   std::array<Page*, sizes> available_{};
+  // What no page has been made of yet.
+  char* pages_ = nullptr;
+  std::size_t pagesLeft_ = 0;
   std::mutex mutex_;
 };
 
