@@ -72,11 +72,16 @@ class KOB_EXPORT VFPtrInterface {
   }
 
   /// Adds one reference. A count past 0x1FFFFFFF is fatal.
-  void referencesInc() const noexcept { references_.inc(); }
+  [[gnu::always_inline]] void referencesInc() const noexcept { references_.inc(); }
   /// Gives one reference back, and releases the object when it was the last one.
   void referencesDec() const noexcept {
     if (references_.dec()) handleZeroRef();
   }
+  /// The same through a pointer of the object's type. Where that is final and does not hear of its
+  /// last reference, the destructor is called directly (measured: a tenth of a change of the
+  /// table).
+  template <class T>
+  static void referencesDec(T* object) noexcept;
   /// Adds a reference that is deliberately never given back; the pointer tracker, while on,
   /// forgets the object, so that it is not reported as lost.
   void referencesLeak() const noexcept;
@@ -122,16 +127,30 @@ class KOB_EXPORT VFPtrInterface {
   mutable bool heldWeakly_ = false;
 };
 
+template <class T>
+void VFPtrInterface::referencesDec(T* object) noexcept {
+  constexpr bool hearsNothing = std::is_final_v<T> && std::is_destructible_v<T> && requires {
+    requires std::is_same_v<decltype(&T::zeroReferencesIs), void (VFPtrInterface::*)(bool)>;
+  };
+  if constexpr (!hearsNothing) {
+    object->referencesDec();
+  } else if (object->references_.dec()) {
+    object->references_.flagIs(ReferenceWord::held, true);  // As after handleZeroRef.
+    delete object;
+  }
+}
+
 /// A framework object on the heap.
 class KOB_EXPORT PtrInterface : public VFPtrInterface {
  public:
   class NotifieeConst;
 
   // Freed by size alone, which the virtual destructor supplies.
-  static void* operator new(std::size_t size) {  // NOLINT(misc-new-delete-overloads)
+  // NOLINTNEXTLINE(misc-new-delete-overloads)
+  [[gnu::always_inline]] static void* operator new(std::size_t size) {
     return objectSlab.allocate(size);
   }
-  static void operator delete(void* object, std::size_t size) noexcept {
+  [[gnu::always_inline]] static void operator delete(void* object, std::size_t size) noexcept {
     objectSlab.release(object, size);
   }
   // Objects that want more alignment than a cell has come from the heap.
@@ -196,7 +215,7 @@ class Ptr {
     if (object_ != nullptr) object_->referencesInc();
   }
   static void dec(T* object) noexcept {
-    if (object != nullptr) object->referencesDec();
+    if (object != nullptr) VFPtrInterface::referencesDec(object);
   }
   [[nodiscard]] T* checked() const noexcept {
     if (object_ == nullptr) [[unlikely]]

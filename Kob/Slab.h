@@ -43,7 +43,7 @@ class KOB_EXPORT Slab {
 
   /// Memory for an object of `size` bytes, aligned to 8, and to 16 when the size is a multiple of
   /// 16. Throws std::bad_alloc.
-  [[nodiscard]] void* allocate(std::size_t size) {
+  [[nodiscard, gnu::always_inline]] void* allocate(std::size_t size) {
     if (isQuick(size)) [[likely]] {
       Magazine& magazine = magazineOf(size);
       if (magazine.count != 0) [[likely]]
@@ -52,7 +52,7 @@ class KOB_EXPORT Slab {
     return allocateSlowly(size);
   }
   /// Gives memory back. `size` is what was asked for.
-  void release(void* memory, std::size_t size) noexcept {
+  [[gnu::always_inline]] void release(void* memory, std::size_t size) noexcept {
     if (isQuick(size)) [[likely]] {
       Magazine& magazine = magazineOf(size);
       if (magazine.count < room_) [[likely]] {

@@ -220,6 +220,48 @@ TEST_F(LastReference, TakenAndDroppedInsideTheDestructorReleasesOnce) {
   EXPECT_EQ(told, 1);
 }
 
+/// Objects that do not hear of their last reference, whose exact type the compiler knows.
+struct Deaf final : PtrInterface {
+  explicit Deaf(int& deaths) : destroyed(deaths) {}
+  ~Deaf() override {
+    ++destroyed;
+    for (int turn = 0; turn < 3; ++turn) Ptr<Deaf>(this);
+  }
+  int& destroyed;
+};
+
+TEST_F(LastReference, OfAFinalTypeTakenAndDroppedInsideTheDestructorReleasesOnce) {
+  int destroyed = 0;
+  Ptr<const Deaf> object(new Deaf(destroyed));
+  Ptr<const Deaf> other = object;
+  object = nullptr;
+  EXPECT_EQ(destroyed, 0);
+  other = nullptr;
+  EXPECT_EQ(destroyed, 1);
+}
+
+TEST_F(LastReference, OfAFinalTypeDoesNotReleaseWhatBit30Holds) {
+  int destroyed = 0;
+  auto* const object = new Deaf(destroyed);
+  object->kobHeldIs(true);
+  Ptr<Deaf>{object} = nullptr;
+  EXPECT_EQ(destroyed, 0);
+  object->kobHeldIs(false);
+  Ptr<Deaf>{object} = nullptr;
+  EXPECT_EQ(destroyed, 1);
+}
+
+TEST_F(LastReference, OfAFinalTypeThatHearsOfItIsTold) {
+  struct Hearing final : PtrInterface {
+    explicit Hearing(bool& isTold) : told(isTold) {}
+    void zeroReferencesIs(bool zero) override { told = zero; }
+    bool& told;
+  };
+  bool told = false;
+  Ptr<Hearing>(new Hearing(told)) = nullptr;
+  EXPECT_TRUE(told);
+}
+
 TEST_F(PtrTest, OwnsOneReferenceEach) {
   Ptr<Mortal> first(new Mortal);
   EXPECT_EQ(first->references(), 1U);
