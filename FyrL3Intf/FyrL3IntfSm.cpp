@@ -11,12 +11,12 @@ namespace FyrL3Intf {
 
 namespace {
 
-const Kob::TraceHandle& trace() {
+const Kob::TraceHandle& traceHandle() {
   static const Kob::TraceHandle handle("FyrL3IntfSm", false);
   return handle;
 }
-// Made at load: a trace point never runs out of memory for it.
-[[maybe_unused]] const Kob::TraceHandle& traceAtLoad = trace();
+// Made at load: a look-up never runs out of memory for it, nor asks whether it is there.
+const Kob::TraceHandle& trace = traceHandle();
 
 // The functions as failure reports name them.
 constexpr const char* handleL3IndexFunction =
@@ -234,7 +234,7 @@ Plexo::IntfId SwitchIntfConfigSm::intfId() const {
 }
 
 void SwitchIntfConfigSm::handleSwitchportModeAndNativeVlan() {
-  KOB_TRACE(trace(), 8, "SwitchIntfConfigSm", "handleSwitchportModeAndNativeVlan",
+  KOB_TRACE(trace, 8, "SwitchIntfConfigSm", "handleSwitchportModeAndNativeVlan",
             this << "::handleSwitchportModeAndNativeVlan()");
   const auto desired = configuredWish(*switchIntfConfig());
   if (Plexo::InternalIntfId::isInternalIntfId(intfId())) return;
@@ -242,7 +242,7 @@ void SwitchIntfConfigSm::handleSwitchportModeAndNativeVlan() {
 }
 
 void SwitchIntfConfigSm::doPrepareToDie() {
-  KOB_TRACE(trace(), 8, "SwitchIntfConfigSm", "doPrepareToDie", this << "::doPrepareToDie()");
+  KOB_TRACE(trace, 8, "SwitchIntfConfigSm", "doPrepareToDie", this << "::doPrepareToDie()");
   owner()->doSetDesiredInternalVlanId(intfId(), Bridging::VlanIdOrNone());
 }
 
@@ -365,10 +365,10 @@ Kob::Ptr<SwitchIntfConfigSm> ConfigSm::switchIntfConfigSmIs(
 
 void ConfigSm::handleSwitchIntfConfig(Plexo::IntfId intfId) {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 8, "ConfigSm", "handleSwitchIntfConfig",
+  KOB_TRACE(trace, 8, "ConfigSm", "handleSwitchIntfConfig",
             this << "::handleSwitchIntfConfig( " << intfId << " )");
   if (!internalVlanNeeded_) {
-    KOB_TRACE(trace(), 8, "ConfigSm", "handleSwitchIntfConfig",
+    KOB_TRACE(trace, 8, "ConfigSm", "handleSwitchIntfConfig",
               this << " internalVlan not needed. "
                    << "SwitchIntfConfig won't be processed for intf: " << intfId);
     return;
@@ -383,9 +383,9 @@ void ConfigSm::handleSwitchIntfConfig(Plexo::IntfId intfId) {
 
 void ConfigSm::handleSwitchIntfConfig() {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 8, "ConfigSm", "handleSwitchIntfConfig", this << "::handleSwitchIntfConfig()");
+  KOB_TRACE(trace, 8, "ConfigSm", "handleSwitchIntfConfig", this << "::handleSwitchIntfConfig()");
   if (!internalVlanNeeded_) {
-    KOB_TRACE(trace(), 8, "ConfigSm", "handleSwitchIntfConfig",
+    KOB_TRACE(trace, 8, "ConfigSm", "handleSwitchIntfConfig",
               this << " internalVlan not needed. "
                    << "SwitchIntfConfig won't be processed");
   }
@@ -400,10 +400,10 @@ void ConfigSm::handleSwitchIntfConfig() {
 
 void ConfigSm::handleVlanIntfStatus(Plexo::IntfId intfId) {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 8, "ConfigSm", "handleVlanIntfStatus",
+  KOB_TRACE(trace, 8, "ConfigSm", "handleVlanIntfStatus",
             this << "::handleVlanIntfStatus(" << intfId << ")");
   if (!internalVlanNeeded_) {
-    KOB_TRACE(trace(), 8, "ConfigSm", "handleVlanIntfStatus",
+    KOB_TRACE(trace, 8, "ConfigSm", "handleVlanIntfStatus",
               this << " internalVlan not needed. "
                    << "VlanIntfStatus won't be processed for Intf: " << intfId);
     return;
@@ -419,9 +419,9 @@ void ConfigSm::handleVlanIntfStatus(Plexo::IntfId intfId) {
 
 void ConfigSm::handleVlanIntfStatus() {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 8, "ConfigSm", "handleVlanIntfStatus", this << "::handleVlanIntfStatus()");
+  KOB_TRACE(trace, 8, "ConfigSm", "handleVlanIntfStatus", this << "::handleVlanIntfStatus()");
   if (!internalVlanNeeded_) {
-    KOB_TRACE(trace(), 8, "ConfigSm", "handleVlanIntfStatus",
+    KOB_TRACE(trace, 8, "ConfigSm", "handleVlanIntfStatus",
               this << " internalVlan not needed. "
                    << "VlanIntfStatus won't be processed");
     return;
@@ -436,7 +436,7 @@ void ConfigSm::handleVlanIntfStatus() {
 
 void ConfigSm::handleL3Index(Plexo::IntfId intfId) {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 7, "ConfigSm", "handleL3Index", this << "::handleL3Index(" << intfId << ")");
+  KOB_TRACE(trace, 7, "ConfigSm", "handleL3Index", this << "::handleL3Index(" << intfId << ")");
   const auto dir = fyrL3IndexDir();
   if (const auto entry = dir ? dir->l3Index(intfId) : nullptr) {
     l3IndexAppeared(intfId, entry->l3Id());
@@ -474,10 +474,10 @@ void ConfigSm::l3IndexVanished(Plexo::IntfId intfId) {
 
 void ConfigSm::handleL3Index() {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 7, "ConfigSm", "handleL3Index", this << "::handleL3Index()");
+  KOB_TRACE(trace, 7, "ConfigSm", "handleL3Index", this << "::handleL3Index()");
   const auto dir = fyrL3IndexDir();
   if (!dir) {
-    KOB_TRACE(trace(), 7, "ConfigSm", "handleL3Index",
+    KOB_TRACE(trace, 7, "ConfigSm", "handleL3Index",
               this << "::handleL3Index() fyrL3IndexDir is NULL. Returning");
     return;
   }
@@ -490,7 +490,7 @@ void ConfigSm::handleL3Index() {
 void ConfigSm::doSetDesiredInternalVlanId(Plexo::IntfId intfId,
                                           Bridging::VlanIdOrNone newDesiredInternalVlanId) {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 8, "ConfigSm", "doSetDesiredInternalVlanId",
+  KOB_TRACE(trace, 8, "ConfigSm", "doSetDesiredInternalVlanId",
             this << "::doSetDesiredInternalVlanId( " << newDesiredInternalVlanId << " )");
   const auto old = desiredInternalVlanId(intfId);
   if (old == newDesiredInternalVlanId) return;
@@ -523,12 +523,14 @@ bool ConfigSm::wishStands(Plexo::IntfId intfId, Bridging::VlanId vlanId) const {
 }
 
 void ConfigSm::wishWithdrawn(Plexo::IntfId intfId, Bridging::VlanIdOrNone old) {
-  auto* const wishes = desiredRoutedPortName_.find(Bridging::VlanId(old));
+  const Bridging::VlanId vlanId(old);
+  const std::uint32_t vlanHash = Kob::reversedHash(vlanId);
+  auto* const wishes = desiredRoutedPortName_.find(vlanId, vlanHash);
   auto* const wish = wishIn(wishes, intfId);
   KOB_ASSERT(wish != nullptr, "intfSet.member( intfId )", doSetDesiredInternalVlanIdFunction);
   auto& members = wishes->mutableValue().memberCollection();
   members.deleteMember(wish);
-  if (members.members() == 0) desiredRoutedPortName_.deleteMember(wishes);
+  if (members.members() == 0) desiredRoutedPortName_.deleteMember(wishes, vlanHash);
 }
 
 void ConfigSm::wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesiredInternalVlanId) {
@@ -537,15 +539,16 @@ void ConfigSm::wishRecorded(Plexo::IntfId intfId, Bridging::VlanIdOrNone newDesi
     return;
   }
   const Bridging::VlanId vlanId(newDesiredInternalVlanId);
-  auto* const wishes = desiredRoutedPortName_.find(vlanId);
+  const std::uint32_t vlanHash = Kob::reversedHash(vlanId);
+  auto* const wishes = desiredRoutedPortName_.find(vlanId, vlanHash);
   KOB_ASSERT(wishIn(wishes, intfId) == nullptr, "!intfSet.member( intfId )",
              doSetDesiredInternalVlanIdFunction);
   if (wishes != nullptr) {
     wishes->mutableValue().memberIs(intfId, true);
   } else {
-    const Kob::Ptr first(new KobDesiredRoutedPortName(vlanId, {}));
+    const Kob::Ptr first(new KobDesiredRoutedPortName(vlanId));
     first->mutableValue().memberIs(intfId, true);
-    desiredRoutedPortName_.newMember(first);
+    desiredRoutedPortName_.newMember(first, vlanHash);
   }
   desiredInternalVlanIdIs(intfId, newDesiredInternalVlanId);
 }
@@ -570,7 +573,7 @@ void ConfigSm::vlanHandedOver(Bridging::VlanIdOrNone old) {
 }
 
 void ConfigSm::doSetInternalVlanId(Plexo::IntfId intfId, Bridging::VlanIdOrNone newInternalVlanId) {
-  KOB_TRACE(trace(), 8, "ConfigSm", "doSetInternalVlanId",
+  KOB_TRACE(trace, 8, "ConfigSm", "doSetInternalVlanId",
             this << "::doSetInternalVlanId( " << newInternalVlanId << " )");
   const auto table = fyrL3IntfTable();  // Held: a reader may drop the machine and the table.
   const L3Id oldPlatformId = Kob::valueAt(table->intfL3IndexCollection(), intfId);
@@ -598,7 +601,7 @@ void ConfigSm::doSetInternalVlanId(Plexo::IntfId intfId, Bridging::VlanIdOrNone 
 
 void ConfigSm::doPrepareToDie() {
   const Kob::Keep keep(this);  // A reader of the table may drop the machine.
-  KOB_TRACE(trace(), 8, "ConfigSm", "doPrepareToDie", this << "::doPrepareToDie()");
+  KOB_TRACE(trace, 8, "ConfigSm", "doPrepareToDie", this << "::doPrepareToDie()");
   if (internalVlanNeeded_) {
     for (auto it = switchIntfConfigSmIterator(); it; ++it) {
       it->doPrepareToDie();
@@ -616,7 +619,7 @@ void ConfigSm::doPrepareToDie() {
              doPrepareToDieFunction);
   KOB_ASSERT(desiredRoutedPortNames() == 0, "desiredRoutedPortNames() == 0",
              doPrepareToDieFunction);
-  KOB_TRACE(trace(), 8, "ConfigSm", "doPrepareToDie",
+  KOB_TRACE(trace, 8, "ConfigSm", "doPrepareToDie",
             this << " internalVlan not needed. Nothing to cleanup");
 }
 
@@ -624,7 +627,7 @@ void ConfigSm::doPrepareToDie() {
 // The self-check
 
 void ConfigSm::doVerify() {
-  KOB_TRACE(trace(), 9, "ConfigSm", "doVerify", this << "::doVerify()");
+  KOB_TRACE(trace, 9, "ConfigSm", "doVerify", this << "::doVerify()");
   if (internalVlanNeeded_) {
     verifyWishes();
     verifyInternalVlanTable();

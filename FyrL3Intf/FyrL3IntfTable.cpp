@@ -9,12 +9,12 @@ namespace FyrL3Intf {
 
 namespace {
 
-const Kob::TraceHandle& trace() {
+const Kob::TraceHandle& traceHandle() {
   static const Kob::TraceHandle handle("FyrL3IntfSm", false);
   return handle;
 }
-// Made at load: a look-up never runs out of memory for it.
-[[maybe_unused]] const Kob::TraceHandle& traceAtLoad = trace();
+// Made at load: a look-up never runs out of memory for it, nor asks whether it is there.
+const Kob::TraceHandle& trace = traceHandle();
 
 // What the table publishes.
 
@@ -66,14 +66,14 @@ Table::~Table() { notifiees_.deleteAll(); }
 
 L3Id Table::intfIdToL3Id(Plexo::IntfId intfId) const {
   const L3Id l3Id = intfL3Index(intfId);
-  KOB_TRACE(trace(), 7, "<unknown>", "intfIdToL3Id",
+  KOB_TRACE(trace, 7, "<unknown>", "intfIdToL3Id",
             "intfIdToL3Id( " << intfId << " ) is " << l3Id);
   return l3Id;
 }
 
 Plexo::IntfId Table::l3IdToIntfId(const L3Id& l3Id) const {
   const Plexo::IntfId intfId = routedPortName(l3Id);
-  KOB_TRACE(trace(), 7, "<unknown>", "l3IdToIntfId",
+  KOB_TRACE(trace, 7, "<unknown>", "l3IdToIntfId",
             "l3IdToIntfId( " << l3Id << " ) is " << intfId);
   return intfId;
 }

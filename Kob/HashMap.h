@@ -27,7 +27,7 @@ namespace Kob {
 
 /// The reversed hash of a key. Integers hash to their low 32 bits.
 template <class Key>
-[[nodiscard]] std::uint32_t reversedHash(const Key& key) {
+[[nodiscard, gnu::always_inline]] inline std::uint32_t reversedHash(const Key& key) {
   if constexpr (requires { key.kobReversedHash(); }) {
     return key.kobReversedHash();
   } else if constexpr (std::integral<Key>) {
@@ -66,6 +66,8 @@ template <class Self, class Key, class Value>
 class KOB_EXPORT HashMapEntry : public PtrInterface {
  public:
   HashMapEntry(const Key& key, const Value& value) : key_(key), value_(value) {}
+  /// With the neutral value.
+  explicit HashMapEntry(const Key& key) : key_(key), value_() {}
 
   [[nodiscard]] const Key& fwkKey() const noexcept { return key_; }
   [[nodiscard]] const Value& value() const noexcept { return value_; }
@@ -190,7 +192,9 @@ class KOB_EXPORT HashMap : public HashMapGeneric {
  private:
   static constexpr unsigned defaultSize = 4;
 
-  static const HashMapVTable<Entry, Key>& keys() { return HashMapVTable<Entry, Key>::instance(); }
+  [[nodiscard]] const HashMapVTable<Entry, Key>& keys() const noexcept {
+    return static_cast<const HashMapVTable<Entry, Key>&>(vTable());
+  }
 };
 
 /// Stands on an entry, or at the end. May stay in use while the collection changes: it keeps its

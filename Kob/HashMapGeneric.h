@@ -125,6 +125,8 @@ class KOB_EXPORT HashMapGeneric {
     if (members_ != 0) emptyAllBuckets();
   }
 
+  [[nodiscard]] const VTable& vTable() const noexcept { return *vTable_; }
+
   // The operations that change the collection, for any key handling: the virtual one of the core,
   // or that of one entry type, which the compiler sees through. `hash` is the reversed hash of the
   // entry's key.
