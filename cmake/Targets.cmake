@@ -3,10 +3,11 @@
 # Settings of everything that is compiled here.
 function(projectSettings target)
   target_compile_options(${target} PRIVATE
-    ${projectWarnings} ${instrumentationCompileOptions}
+    ${projectWarnings} ${instrumentationCompileOptions} "$<$<CONFIG:Release>:${hardeningCompileOptions}>"
     # __FILE__ is relative to the root, in fatal lines too, and no build directory ends up in a binary.
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
-  target_link_options(${target} PRIVATE ${instrumentationLinkOptions})
+  target_link_options(${target} PRIVATE
+    ${instrumentationLinkOptions} "$<$<CONFIG:Release>:${hardeningLinkOptions}>")
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
   set_target_properties(${target} PROPERTIES
     CXX_VISIBILITY_PRESET hidden
