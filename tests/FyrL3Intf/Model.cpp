@@ -88,7 +88,7 @@ void Model::reverseDel(std::uint64_t l3Id) {
 // The platform
 
 void Model::entryIs(std::size_t number, unsigned mode, std::uint16_t vlan) {
-  Entry& entry = entries_[number];
+  Entry& entry = entries_.at(number);
   if (entry.mode == mode && entry.vlan == vlan) return;
   entry.mode = mode;
   entry.vlan = vlan;
@@ -107,8 +107,8 @@ void Model::port(int object, IntfId intf, unsigned mode, std::uint16_t vlan) {
     entryIs(known->second, mode, vlan);
     return;
   }
-  configured[intf] = entries_.size();
-  entries_.push_back({intf, mode, vlan});
+  configured[intf] = nextEntry_;
+  entries_[nextEntry_++] = {intf, mode, vlan};
   keyChanged(config, object, intf);
 }
 
@@ -145,6 +145,16 @@ void Model::l3IndexDel(int object, IntfId intf) {
   if (indexDirs_[static_cast<std::size_t>(object)].erase(intf) != 0) {
     keyChanged(indexDir, object, intf);
   }
+}
+
+void Model::forgetUnused() {
+  std::set<std::size_t> used;
+  const auto use = [&used](const ByIntf<std::size_t>& numbers) {
+    for (const auto& entry : numbers) used.insert(entry.second);
+  };
+  for (const auto& configured : configs_) use(configured);
+  if (machine_) use(machine_->ports);
+  std::erase_if(entries_, [&used](const auto& entry) { return !used.contains(entry.first); });
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -342,7 +352,7 @@ void Model::handlePorts() {
 }
 
 void Model::portMachineIs(std::size_t number) {
-  const IntfId intf = entries_[number].intf;
+  const IntfId intf = entries_.at(number).intf;
   const auto known = machine_->ports.find(intf);
   if (known == machine_->ports.end()) {
     portStatesWish(number);
@@ -357,7 +367,7 @@ void Model::portMachineIs(std::size_t number) {
 }
 
 void Model::portStatesWish(std::size_t number) {
-  const Entry& entry = entries_[number];
+  const Entry& entry = entries_.at(number);
   trace(8, "handleSwitchportModeAndNativeVlan",
         "SwitchIntfConfigSm( " + textOf(entry.intf) + " )::handleSwitchportModeAndNativeVlan()");
   if (textOf(entry.intf).starts_with("Internal")) return;

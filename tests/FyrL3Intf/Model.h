@@ -147,6 +147,9 @@ class Model {
   void wishersEmptied(std::uint16_t vlan);
   void wishersDel(std::uint16_t vlan);
 
+  /// Forgets the entries that no configuration has and no machine watches.
+  void forgetUnused();
+
   /// Whether traces are noted down; they are not at first.
   void tracingIs(bool tracing) { tracing_ = tracing; }
   /// What stands now, and what happened since the last call.
@@ -228,7 +231,9 @@ class Model {
   void verifyL3Indexes();
   void verifyL3Index(Plexo::IntfId intf, std::uint64_t l3Id);
 
-  std::vector<Entry> entries_;
+  // By number; numbers are not used again.
+  std::map<std::size_t, Entry> entries_;
+  std::size_t nextEntry_ = 0;
   std::array<ByIntf<std::size_t>, objects> configs_;
   std::array<Intfs, objects> statusDirs_;
   std::array<ByIntf<std::uint64_t>, objects> indexDirs_;

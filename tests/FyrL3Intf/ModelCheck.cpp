@@ -43,7 +43,7 @@ void Model::verify() {
 std::size_t Model::verifyPorts() const {
   std::size_t wishing = 0;
   for (const auto& [intf, number] : configs_[static_cast<std::size_t>(inputOf(config))]) {
-    const Entry& entry = entries_[number];
+    const Entry& entry = entries_.at(number);
     const std::uint16_t expected = entry.mode == routed ? entry.vlan : std::uint16_t{0};
     require(wishOf(intf) == expected, verifyFunction,
             "desiredInternalVlanId( iter->intfId() ) == vlanId");

@@ -57,7 +57,7 @@ void Library::port(int object, IntfId intf, unsigned mode, std::uint16_t vlan) {
   if (const auto entry = config->switchIntfConfig(intf)) {
     entry->switchportModeAndNativeVlanIs(modeOf(mode), forged<VlanId>(vlan));
   } else {
-    entries_.push_back(config->switchIntfConfigIs(intf, modeOf(mode), forged<VlanId>(vlan)));
+    entries_[nextEntry_++] = config->switchIntfConfigIs(intf, modeOf(mode), forged<VlanId>(vlan));
   }
 }
 
@@ -66,7 +66,7 @@ void Library::portDel(int object, IntfId intf) { at(configs_, object)->switchInt
 void Library::watchedPort(IntfId intf, unsigned mode, std::uint16_t vlan) {
   const auto port = machine_ ? machine_->switchIntfConfigSm(intf) : nullptr;
   if (!port) return;
-  const auto& entry = entries_[numberOf(port->switchIntfConfig().get())];
+  const auto& entry = entries_.at(numberOf(port->switchIntfConfig().get()));
   entry->switchportModeAndNativeVlanIs(modeOf(mode), forged<VlanId>(vlan));
 }
 
@@ -170,11 +170,15 @@ void Library::wishersDel(std::uint16_t vlan) {
   if (machine_) machine_->desiredRoutedPortNameDel(vlan);
 }
 
+void Library::forgetUnused() {
+  std::erase_if(entries_, [](const auto& entry) { return entry.second->references() == 1; });
+}
+
 std::size_t Library::numberOf(const Bridging::SwitchIntfConfig* entry) const {
   const auto found = std::find_if(entries_.begin(), entries_.end(), [entry](const auto& candidate) {
-    return candidate.get() == entry;
+    return candidate.second.get() == entry;
   });
-  return static_cast<std::size_t>(found - entries_.begin());
+  return found != entries_.end() ? found->first : nextEntry_;
 }
 
 std::string Library::withEntries(const std::string& message) const {

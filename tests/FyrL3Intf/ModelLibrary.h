@@ -4,7 +4,9 @@
 // out here for real, and what stands afterwards is shown as the model shows it.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -58,6 +60,7 @@ class Library {
   void wisherIs(std::uint16_t vlan, Plexo::IntfId intf, bool member);
   void wishersEmptied(std::uint16_t vlan);
   void wishersDel(std::uint16_t vlan);
+  void forgetUnused();
 
   Snapshot snapshot();
 
@@ -82,7 +85,8 @@ class Library {
   Objects<Bridging::Config> configs_;
   Objects<Interface::VlanIntfStatusDir> statusDirs_;
   Objects<L3IndexDir> indexDirs_;
-  std::vector<Kob::Ptr<Bridging::SwitchIntfConfig>> entries_;
+  std::map<std::size_t, Kob::Ptr<Bridging::SwitchIntfConfig>> entries_;
+  std::size_t nextEntry_ = 0;
   std::vector<Announcement> announced_;
   Kob::Ptr<Table> table_;
   Kob::Ptr<Listener> listener_;

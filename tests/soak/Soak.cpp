@@ -1,0 +1,220 @@
+// Load: random events at full speed over thousands of ports, on the library and on its model side
+// by side. They are compared, and the library checks itself, after every so many events; and the
+// resident memory must not grow any more once every port has been there.
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/FyrL3Intf/ModelEvent.h"
+
+namespace FyrL3Intf::Tests {
+namespace {
+
+using Plexo::IntfId;
+
+struct Settings {
+  std::uint64_t events = 10'000'000;
+  std::uint64_t perCheck = 100'000;
+  std::size_t ports = 4096;
+  std::uint64_t seed = 1;
+};
+
+/// The checks of the first tenth find out how much memory it takes.
+constexpr std::uint64_t tenth = 10;
+/// What the memory may differ by from then on, for what the heap keeps for itself.
+constexpr double slackMiB = 2;
+
+double residentMiB() {
+  std::ifstream file("/proc/self/statm");
+  double total = 0;
+  double resident = 0;
+  file >> total >> resident;
+  return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
+}
+
+/// Model and library.
+class Pair {
+ public:
+  /// REQUIRES: the event ends no process and throws nothing; the model throws what it would.
+  void carryOut(const Event& event) {
+    event.carryOut(model_);
+    event.carryOut(library_);
+  }
+
+  /// The self-check of both, and all that they hold and have announced since the last time; the
+  /// difference in words, or nothing.
+  std::string difference() {
+    carryOut(EVENT(verify));
+    carryOut(EVENT(forgetUnused));
+    const Snapshot expected = model_.snapshot();
+    const Snapshot actual = library_.snapshot();
+    if (actual == expected) return {};
+    std::ostringstream text;
+    text << "model:   " << expected << "library: " << actual;
+    return text.str();
+  }
+
+ private:
+  Model model_;
+  Library library_;
+};
+
+/// What happens on a switch: everything but what nobody should do.
+class Traffic {
+ public:
+  Traffic(std::size_t ports, std::uint64_t seed) : random_(seed) {
+    for (std::size_t port = 1; port <= ports; ++port) {
+      ports_.push_back(named("Ethernet", port));
+      loopbacks_.push_back(named("Loopback", port));
+    }
+    for (std::size_t vlan = 1; vlan <= lastVlan; ++vlan) vlanIntfs_.push_back(named("Vlan", vlan));
+    hasIndex_.resize(ports);
+  }
+
+  /// A life of the machine ends and another begins, with internal VLANs or without.
+  void restart(Pair& pair, bool internalVlans) {
+    pair.carryOut(EVENT(prepareToDie));
+    pair.carryOut(EVENT(release));
+    pair.carryOut(EVENT(start, internalVlans, true, 0, internalVlans ? Model::none : 0));
+    internalVlans_ = internalVlans;
+  }
+
+  void next(Pair& pair) {
+    if (deferred_ == 0 && once(1, 200)) {
+      deferred_ = 1 + below(50);
+      pair.carryOut(EVENT(deferralIs, true));
+    } else if (deferred_ != 0 && --deferred_ == 0) {
+      pair.carryOut(EVENT(deferralIs, false));
+    } else {
+      change(pair);
+    }
+  }
+  /// Whatever is pending is delivered.
+  void settle(Pair& pair) {
+    if (deferred_ != 0) pair.carryOut(EVENT(deferralIs, false));
+    deferred_ = 0;
+  }
+
+ private:
+  static constexpr std::size_t lastVlan = 4094;
+
+  static IntfId named(const std::string& kind, std::size_t number) {
+    return {(kind + std::to_string(number)).c_str()};
+  }
+
+  std::size_t below(std::size_t bound) { return random_() % bound; }
+  bool once(unsigned times, unsigned in) { return below(in) < times; }
+  IntfId anyOf(const std::vector<IntfId>& intfs) { return intfs[below(intfs.size())]; }
+  // Few VLANs are wished for by many ports, and many by few.
+  std::uint16_t vlan() { return static_cast<std::uint16_t>(1 + below(once(1, 4) ? 16 : lastVlan)); }
+
+  void change(Pair& pair) {
+    const bool deferred = deferred_ != 0;
+    switch (below(16)) {
+      case 0:
+      case 1:
+        return pair.carryOut(EVENT(vlanIntf, 0, anyOf(vlanIntfs_)));
+      // What goes while notifications are merged is not noticed, so the self-check would find it.
+      case 2:
+        if (!deferred) pair.carryOut(EVENT(vlanIntfDel, 0, anyOf(vlanIntfs_)));
+        return;
+      case 3:
+        if (!deferred) pair.carryOut(EVENT(portDel, 0, anyOf(ports_)));
+        return;
+      case 4:
+      case 5:
+        if (!deferred && !internalVlans_) index(pair);
+        return;
+      default:
+        return pair.carryOut(
+            EVENT(port, 0, anyOf(ports_), once(3, 4) ? Model::routed : 0U, vlan()));
+    }
+  }
+  /// An L3 index comes or goes; none changes in place.
+  void index(Pair& pair) {
+    const std::size_t at = below(loopbacks_.size());
+    if (hasIndex_[at]) {
+      pair.carryOut(EVENT(l3IndexDel, 0, loopbacks_[at]));
+    } else {
+      pair.carryOut(EVENT(l3Index, 0, loopbacks_[at], lastVlan + 1 + at));
+    }
+    hasIndex_[at] = !hasIndex_[at];
+  }
+
+  std::mt19937_64 random_;
+  std::vector<IntfId> ports_;
+  std::vector<IntfId> loopbacks_;
+  std::vector<IntfId> vlanIntfs_;
+  std::vector<bool> hasIndex_;
+  bool internalVlans_ = true;
+  std::size_t deferred_ = 0;
+};
+
+int soak(const Settings& settings) {
+  Pair pair;
+  Traffic traffic(settings.ports, settings.seed);
+  const auto begin = std::chrono::steady_clock::now();
+  const std::uint64_t checks = std::max<std::uint64_t>(settings.events / settings.perCheck, 1);
+  double limit = 0;
+  for (std::uint64_t check = 1; check <= checks; ++check) {
+    // Every tenth stretch is that of a platform without internal VLANs.
+    if (check % tenth <= 1) traffic.restart(pair, check % tenth == 1);
+    for (std::uint64_t event = 0; event < settings.perCheck; ++event) traffic.next(pair);
+    traffic.settle(pair);
+    if (const std::string difference = pair.difference(); !difference.empty()) {
+      std::printf("%s", difference.c_str());
+      std::printf("differs within the events before %lu, seed %lu\n", check * settings.perCheck,
+                  settings.seed);
+      return 1;
+    }
+    const double resident = residentMiB();
+    if (check % tenth == 0 || check == checks) {
+      const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
+      std::printf("%10lu events, %5.1f s, %.1f MiB\n", check * settings.perCheck, elapsed.count(),
+                  resident);
+      std::fflush(stdout);
+    }
+    if (check <= tenth) limit = std::max(limit, resident + slackMiB);
+    if (resident > limit) {
+      std::printf("memory grew to %.1f MiB after event %lu; the first %lu took at most %.1f MiB\n",
+                  resident, check * settings.perCheck, tenth * settings.perCheck, limit - slackMiB);
+      return 1;
+    }
+  }
+  traffic.restart(pair, true);
+  return 0;
+}
+
+}  // namespace
+}  // namespace FyrL3Intf::Tests
+
+int main(int argumentCount, char** arguments) {
+  FyrL3Intf::Tests::Settings settings;
+  CLI::App app("Random events at full speed on the library and on its model, which are compared.");
+  app.add_option("--events", settings.events, "How many events")->capture_default_str();
+  app.add_option("--per-check", settings.perCheck, "Compare after so many")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  app.add_option("--ports", settings.ports, "Of how many ports")
+      ->check(CLI::Range(1, 65535))
+      ->capture_default_str();
+  app.add_option("--seed", settings.seed, "Which events")->capture_default_str();
+  app.footer("Exit codes: 0 no difference and memory flat, 1 otherwise, 2 wrong usage.");
+  try {
+    app.parse(argumentCount, arguments);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : 2;
+  }
+  return FyrL3Intf::Tests::soak(settings);
+}
