@@ -123,7 +123,8 @@ void Reader::collect(std::string_view type, std::uint64_t id, const json& attrib
   if (type == "HOSTIF") {
     const json* name = attribute(attributes, "SAI_HOSTIF_ATTR_NAME");
     const auto port = idAttribute(attributes, "SAI_HOSTIF_ATTR_OBJ_ID");
-    if (name != nullptr && stringOf(*name) != nullptr && port) {
+    // A name that no interface can have may be as long as the file, and name many objects.
+    if (name != nullptr && stringOf(*name) != nullptr && interfaceNamed(*stringOf(*name)) && port) {
       portNames_.emplace(*port, *stringOf(*name));
     }
   } else if (type == "VLAN") {
@@ -212,8 +213,8 @@ std::string Reader::subInterfaceNameOf(const json& attributes) const {
 }
 
 void Reader::report(ProblemKind kind, const std::string& key, std::string found) {
-  problems_.push_back({kind, document_.name(), "ASIC_STATE", key.substr(dumpPrefix.size()),
-                       std::move(found), "the index is not fed"});
+  addProblem(problems_, {kind, document_.name(), "ASIC_STATE", key.substr(dumpPrefix.size()),
+                         std::move(found), "the index is not fed"});
 }
 
 const json* Reader::attribute(const json& attributes, std::string_view name) {

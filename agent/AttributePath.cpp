@@ -60,7 +60,7 @@ AttributePath pathOf(std::string_view text) {
   text = trimmed(text);
   const AttributePath path = takePath(text);
   if (!text.empty()) {
-    throw CommandError("\"" + printable(text) + "\" is too much after " + textOf(path));
+    throw CommandError("\"" + printable(text) + "\" is too much after " + printable(textOf(path)));
   }
   return path;
 }

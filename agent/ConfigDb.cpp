@@ -549,8 +549,8 @@ void Reader::reportMissing(const Row& row, IntfId id) {
 }
 
 void Reader::report(ProblemKind kind, const Row& row, std::string found, std::string done) {
-  problems_.push_back({kind, file_, std::string(row.table), std::string(row.key), std::move(found),
-                       std::move(done)});
+  addProblem(problems_, {kind, file_, std::string(row.table), std::string(row.key),
+                         std::move(found), std::move(done)});
 }
 
 }  // namespace

@@ -177,8 +177,8 @@ void ConfigTables::addRow(const Spelling& spelling, std::string_view key, const 
 
 void ConfigTables::report(ProblemKind kind, const Spelling& spelling, std::string_view key,
                           std::string found) {
-  problems_.push_back({kind, file_, std::string(spelling.name), std::string(key), std::move(found),
-                       "the row is ignored"});
+  addProblem(problems_, {kind, file_, std::string(spelling.name), std::string(key),
+                         std::move(found), "the row is ignored"});
 }
 
 }  // namespace Agent

@@ -47,7 +47,7 @@ bool looksLikeConfigDb(const json& root) {
 
 Switch readConfiguration(const Document& document, Problems& problems) {
   const json& root = document.root();
-  problems.insert(problems.end(), document.repeatedKeys().begin(), document.repeatedKeys().end());
+  addProblems(problems, document.repeatedKeys());
   if (isOpenConfig(root)) return readOpenConfig(document, problems);
   if (!root.is_object()) refuse(document);
   if (ConfigTables::isSpelledIn(root)) return readConfigDb(document, problems);

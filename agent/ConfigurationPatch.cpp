@@ -21,14 +21,23 @@ class BadOperation : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-std::size_t valuesIn(const json& value) {
-  std::size_t values = 1;
-  if (value.is_structured()) {
-    for (const json& part : value) {
-      values += valuesIn(part);
-    }
+/// How much a value takes.
+struct Extent {
+  std::size_t values = 0;
+  /// Of keys and strings.
+  std::size_t bytes = 0;
+
+  void add(const json& value);
+};
+
+void Extent::add(const json& value) {
+  ++values;
+  if (const std::string* text = stringOf(value)) bytes += text->size();
+  if (!value.is_structured()) return;
+  for (auto part = value.begin(); part != value.end(); ++part) {
+    if (value.is_object()) bytes += part.key().size();
+    add(*part);
   }
-  return values;
 }
 
 std::size_t depthOf(const json& value) {
@@ -59,7 +68,7 @@ class Patcher {
   void put(const JsonPointer& path, json value);
 
   json root_;
-  std::size_t copied_ = 0;
+  Extent copied_;
 };
 
 const json& member(const json& operation, const char* name) {
@@ -128,9 +137,10 @@ void Patcher::replace(const json& operation) {
 
 void Patcher::move(const json& operation) {
   const JsonPointer path = pathOf(operation);
-  json value = sourceOf(operation, root_);
+  json& source = sourceOf(operation, root_);
   const JsonPointer from(text(operation, "from"));
   if (from.isProperPrefixOf(path)) throw BadOperation("a value cannot be moved into itself");
+  json value = std::move(source);
   if (!from.isRoot()) from.remove(root_);
   put(path, std::move(value));
 }
@@ -138,10 +148,14 @@ void Patcher::move(const json& operation) {
 void Patcher::copy(const json& operation) {
   const JsonPointer path = pathOf(operation);
   json value = sourceOf(operation, root_);
-  copied_ += valuesIn(value);
-  if (copied_ > mostCopiedValues) {
+  copied_.add(value);
+  if (copied_.values > mostCopiedValues) {
     throw BadOperation("the patch copies more than " + std::to_string(mostCopiedValues) +
                        " values");
+  }
+  if (copied_.bytes > mostCopiedBytes) {
+    throw BadOperation("the patch copies more than " + std::to_string(mostCopiedBytes >> 20U) +
+                       " MiB");
   }
   put(path, std::move(value));
 }

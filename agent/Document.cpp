@@ -73,7 +73,9 @@ class Builder : public json::json_sax_t {
     json::iterator member;
 
     /// The member's key; empty in an array.
-    [[nodiscard]] std::string key() const { return value->is_object() ? member.key() : ""; }
+    [[nodiscard]] std::string_view key() const {
+      return value->is_object() ? std::string_view(member.key()) : std::string_view();
+    }
   };
 
   json& add(json&& value);
@@ -127,12 +129,15 @@ bool Builder::key(string_t& key) {
 
 void Builder::reportRepeated() {
   std::string path;
-  for (std::size_t i = 1; i < open_.size(); ++i) {
-    const std::string key = open_[i].key();
-    if (!key.empty()) path += (path.empty() ? "" : "/") + key;
+  for (std::size_t i = 1; i < open_.size() && path.size() <= Problem::longestText; ++i) {
+    const std::string_view key = open_[i].key();
+    if (key.empty()) continue;
+    if (!path.empty()) path += '/';
+    path += key.substr(0, Problem::longestText + 1);
   }
-  repeatedKeys_.push_back({ProblemKind::repeatedKey, name_, open_.front().key(), std::move(path),
-                           "the key stands there twice", "the last one counts"});
+  const std::string_view table = open_.front().key().substr(0, Problem::longestText + 1);
+  addProblem(repeatedKeys_, {ProblemKind::repeatedKey, name_, std::string(table), std::move(path),
+                             "the key stands there twice", "the last one counts"});
 }
 
 bool Builder::parse_error(std::size_t byte, const std::string& /*lastToken*/,

@@ -33,8 +33,8 @@ RouterInterfaces readNameMap(const Document& document, Problems& problems) {
     if (id) {
       routerInterfaces.push_back({nameMap, name, name, indexOf(*id)});
     } else {
-      problems.push_back({ProblemKind::badObjectId, document.name(), nameMap, name,
-                          describe(value) + " is no object id of the form oid:0x...", notFed});
+      addProblem(problems, {ProblemKind::badObjectId, document.name(), nameMap, name,
+                            describe(value) + " is no object id of the form oid:0x...", notFed});
     }
   }
   return routerInterfaces;
@@ -98,8 +98,8 @@ void Selection::take(Plexo::IntfId id, const RouterInterface& candidate) {
 }
 
 void Selection::report(ProblemKind kind, const RouterInterface& candidate, std::string found) {
-  problems_.push_back(
-      {kind, document_.name(), candidate.table, candidate.key, std::move(found), notFed});
+  addProblem(problems_,
+             {kind, document_.name(), candidate.table, candidate.key, std::move(found), notFed});
 }
 
 }  // namespace
@@ -113,7 +113,7 @@ L3Indexes readL3Indexes(const Document& document, const Switch& theSwitch, Probl
                           std::string("no L3 indexes; give a document with ") + nameMap +
                               " or a dump of the ASIC database (keys ASIC_STATE:...)");
   }
-  problems.insert(problems.end(), document.repeatedKeys().begin(), document.repeatedKeys().end());
+  addProblems(problems, document.repeatedKeys());
   const RouterInterfaces routerInterfaces = memberOf(root, nameMap) != nullptr
                                                 ? readNameMap(document, problems)
                                                 : readAsicDb(document, theSwitch, problems);

@@ -80,6 +80,7 @@ class Reader {
   void readSwitchedVlan(IntfId id, const json& switched, SwitchPort& port);
   Bridging::VlanId vlanSetting(IntfId id, const json& switched, std::string_view name);
   void readTrunkVlans(IntfId id, const json& switched);
+  void useTrunkVlans();
   void readSubInterfaces(IntfId id, const json& node);
   void readSubInterface(IntfId parent, const json& node);
   Bridging::VlanId encapsulationOf(IntfId id, const json& node);
@@ -91,6 +92,8 @@ class Reader {
   const std::string& file_;
   Problems& problems_;
   std::map<IntfId, Interface> interfaces_;
+  /// The ranges of VLANs on trunks: the first of each with its last.
+  std::map<Bridging::VlanId, Bridging::VlanId> trunkVlans_;
   Switch switch_;
 };
 
@@ -114,6 +117,7 @@ Switch Reader::read(const json& interfaces) {
       readPort(id, interface);
     }
   }
+  useTrunkVlans();
   return std::move(switch_);
 }
 
@@ -290,8 +294,17 @@ void Reader::readTrunkVlans(IntfId id, const json& switched) {
           "that part is dropped");
       continue;
     }
-    for (std::uint16_t vlan = range->first.value(); vlan <= range->last.value(); ++vlan) {
-      switch_.usedVlans.insert(vlan);
+    Bridging::VlanId& last = trunkVlans_[range->first];
+    last = std::max(last, range->last);
+  }
+}
+
+/// The VLANs of all ranges together: many ranges may name the same ones.
+void Reader::useTrunkVlans() {
+  std::uint16_t next = 0;
+  for (const auto& [first, last] : trunkVlans_) {
+    for (next = std::max(next, first.value()); next <= last.value(); ++next) {
+      switch_.usedVlans.insert(next);
     }
   }
 }
@@ -340,8 +353,8 @@ Bridging::VlanId Reader::encapsulationOf(IntfId id, const json& node) {
 }
 
 void Reader::report(ProblemKind kind, std::string key, std::string found, std::string done) {
-  problems_.push_back(
-      {kind, file_, "interfaces", std::move(key), std::move(found), std::move(done)});
+  addProblem(problems_,
+             {kind, file_, "interfaces", std::move(key), std::move(found), std::move(done)});
 }
 
 /// The container of all interfaces; null when the root has none.

@@ -40,7 +40,17 @@ constexpr std::array names{
     std::pair{Kind::rangeExhausted, "rangeExhausted"},
     std::pair{Kind::unknownPin, "unknownPin"},
     std::pair{Kind::usedReservation, "usedReservation"},
+    std::pair{Kind::tooManyProblems, "tooManyProblems"},
 };
+
+/// Never within a character (UTF-8).
+void cut(std::string& text) {
+  if (text.size() <= Problem::longestText) return;
+  std::size_t end = Problem::longestText;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+  text.resize(end);
+  text += "...";
+}
 
 }  // namespace
 
@@ -49,6 +59,26 @@ std::string_view nameOf(ProblemKind kind) {
     if (named == kind) return name;
   }
   return "";
+}
+
+void addProblem(Problems& problems, Problem problem) {
+  if (problems.size() > mostProblems) return;
+  if (problems.size() == mostProblems) {
+    problems.push_back({Kind::tooManyProblems, std::move(problem.file), std::move(problem.table),
+                        "", "there are more than " + std::to_string(mostProblems) + " problems",
+                        "the others are not told"});
+    return;
+  }
+  for (std::string* text : {&problem.table, &problem.key, &problem.found}) {
+    cut(*text);
+  }
+  problems.push_back(std::move(problem));
+}
+
+void addProblems(Problems& problems, const Problems& more) {
+  for (const Problem& problem : more) {
+    addProblem(problems, problem);
+  }
 }
 
 }  // namespace Agent

@@ -5,6 +5,7 @@
 // counts.
 
 #include <compare>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,12 +51,18 @@ enum class ProblemKind {
   rangeExhausted,
   unknownPin,
   usedReservation,
+  // what is not told
+  tooManyProblems,
 };
 
 /// The kind as the JSON output spells it, for example "untaggedTwice".
 [[nodiscard]] std::string_view nameOf(ProblemKind kind);
 
 struct Problem {
+  /// Bytes of each text that a file has a part in, at most and before the "...": a short file can
+  /// hold many problems under one long key.
+  static constexpr std::size_t longestText = 400;
+
   ProblemKind kind;
   /// The file's name as the operator gave it.
   std::string file;
@@ -71,5 +78,15 @@ struct Problem {
 
 /// In the order in which they were found, which depends on the documents alone.
 using Problems = std::vector<Problem>;
+
+/// Problems that are told of one state of the documents, at most; one that says so comes behind
+/// them.
+inline constexpr std::size_t mostProblems = 10'000;
+
+/// Appends the problem, with texts that are too long cut and ending in "...". Behind `mostProblems`
+/// of them it appends `tooManyProblems` once, and nothing more.
+void addProblem(Problems& problems, Problem problem);
+/// Appends each of them likewise.
+void addProblems(Problems& problems, const Problems& more);
 
 }  // namespace Agent

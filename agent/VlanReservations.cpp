@@ -89,7 +89,7 @@ std::vector<IntfId> Reporter::interfacesOf(VlanId vlan) const {
 }
 
 void Reporter::report(ProblemKind kind, IntfId id, std::string found, std::string done) {
-  problems_.push_back({kind, file_, table, nameOf(id), std::move(found), std::move(done)});
+  addProblem(problems_, {kind, file_, table, nameOf(id), std::move(found), std::move(done)});
 }
 
 }  // namespace

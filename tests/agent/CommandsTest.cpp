@@ -29,6 +29,20 @@ class BreachTest : public testing::Test {
                    {ReservationRules(), std::nullopt}};
 };
 
+TEST(Lookup, TakesANumberForTheNameOfAChannelMemberToo) {
+  const Session session(
+      Document("c.json", R"({"PORT": {"1": {}}, "PORTCHANNEL_MEMBER": {"PortChannel1|1": {}},
+                             "INTERFACE": {"PortChannel1": {}}})"),
+      {});
+  Printer printer(false);
+  CaptureStdout();
+  CaptureStderr();
+  EXPECT_FALSE(lookup(session, "1", printer));
+  EXPECT_TRUE(lookup(session, "0x1", printer));
+  EXPECT_EQ(GetCapturedStderr(), "fyrl3: no L3 interface and no L3 id is \"1\"\n");
+  EXPECT_EQ(GetCapturedStdout(), "PortChannel1\n");
+}
+
 TEST_F(BreachTest, IsReportedByVerifyAsText) {
   Printer printer(false);
   CaptureStdout();

@@ -87,7 +87,8 @@ TEST_F(CompletionTest, QuotesKeysThatNeedIt) {
 TEST_F(CompletionTest, OffersNothingWhereAPathLeadsNowhere) {
   for (const char* text : {"get x.", "get table.x[", "get table.x.", "get table.intfL3Index[a b].",
                            "get configSm.switchIntfConfigSm[Ethernet99].", "get table.internalV[",
-                           "get table.internalVlanNeeded[", "get .", "get [", "get table[3]."}) {
+                           "get table.internalVlanNeeded[", "get .", "get [", "get table[3].",
+                           "get table.intfL3Index[a\"b", "get table.intfL3Index[\"a\\\"b"}) {
     EXPECT_THAT(offered(text), IsEmpty()) << text;
   }
 }

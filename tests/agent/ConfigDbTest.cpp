@@ -54,6 +54,20 @@ TEST(ConfigDb, RoutesPortsAndPortChannels) {
   EXPECT_THAT(briefly(read.problems), IsEmpty());
 }
 
+TEST(ConfigDb, IgnoresAPortChannelWithTheNameOfAPort) {
+  const Configured read(R"({"PORT": {"Ethernet0": {}}, "PORTCHANNEL": {"Ethernet0": {}},
+                            "INTERFACE": {"Ethernet0": {}}})");
+  EXPECT_THAT(l3Interfaces(read.theSwitch), ElementsAre("Ethernet0 routed"));
+  EXPECT_THAT(briefly(read.problems), ElementsAre("wrongTable PORTCHANNEL Ethernet0"));
+}
+
+TEST(ConfigDb, TakesAMembershipInTwoSpellingsForOne) {
+  const Configured read(R"({"VLAN": {"Vlan10": {}}, "VLAN_MEMBER": {"Vlan10|Ethernet0": {}},
+                            "VLAN_MEMBER|Vlan10|Ethernet0": {"tagging_mode": "untagged"}})");
+  EXPECT_THAT(ports(read.theSwitch), ElementsAre("Ethernet0 access 10"));
+  EXPECT_THAT(briefly(read.problems), IsEmpty());
+}
+
 TEST(ConfigDb, KnowsPortChannelsByTheirTableToo) {
   const Configured read(
       R"({"PORTCHANNEL": {"bond0": {}}, "PORTCHANNEL_INTERFACE": {"bond0": {}}})");

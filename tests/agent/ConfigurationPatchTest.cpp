@@ -36,6 +36,15 @@ TEST(ConfigurationPatch, CarriesEachOperationOut) {
   EXPECT_EQ(result(R"([{"op": "test", "path": "/LIST/0", "value": 1.0}])"), document);
 }
 
+TEST(ConfigurationPatch, MovesWhatIsThereAndNothingElse) {
+  EXPECT_EQ(result(R"([{"op": "move", "from": "/PORT", "path": "/X"}])"),
+            json::parse(R"({"X": {"Ethernet0": {}}, "LIST": [1, 2]})"));
+  EXPECT_EQ(result(R"([{"op": "move", "from": "/PORT", "path": "/PORT"}])"), document);
+  EXPECT_EQ(result(R"([{"op": "move", "from": "/PORT", "path": "/LIST/0"},
+                       {"op": "move", "from": "/LIST/2", "path": "/LIST/0"}])"),
+            json::parse(R"({"LIST": [2, {"Ethernet0": {}}, 1]})"));
+}
+
 TEST(ConfigurationPatch, LetsEachOperationSeeTheOnesBefore) {
   EXPECT_EQ(result(R"([{"op": "add", "path": "/A", "value": {}},
                        {"op": "add", "path": "/A/B", "value": 1, "comment": "ignored"},

@@ -50,6 +50,8 @@ TEST(SubInterfaceName, SpellsShortParentsOut) {
   EXPECT_EQ(subInterfaceName("Po1.1")->parent, "PortChannel1");
   EXPECT_TRUE(subInterfaceName("Po1.1")->isShort);
   EXPECT_EQ(subInterfaceName("Port1.1")->parent, "Port1");
+  EXPECT_EQ(subInterfaceName("Eth.1")->parent, "Eth");
+  EXPECT_EQ(subInterfaceName("Po.1")->parent, "Po");
 }
 
 TEST(SubInterfaceName, IsNoneWithoutADotAndDigits) {

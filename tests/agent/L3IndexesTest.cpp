@@ -272,6 +272,44 @@ TEST_F(AsicDbTest, ReportsRouterInterfacesWithoutObjectId) {
                           "badObjectId ASIC_STATE SAI_OBJECT_TYPE_ROUTER_INTERFACE:oid:0x61"));
 }
 
+TEST(AsicDb, NamesNothingOutOfValuesOfTheWrongType) {
+  const Indexed read(threePorts, R"({
+      "ASIC_STATE:SAI_OBJECT_TYPE_HOSTIF:oid:0xd1":
+          {"SAI_HOSTIF_ATTR_NAME": 1, "SAI_HOSTIF_ATTR_OBJ_ID": "oid:0x11"},
+      "ASIC_STATE:SAI_OBJECT_TYPE_HOSTIF:oid:0xd2":
+          {"SAI_HOSTIF_ATTR_NAME": "Ethernet1", "SAI_HOSTIF_ATTR_OBJ_ID": 2},
+      "ASIC_STATE:SAI_OBJECT_TYPE_HOSTIF:oid:0xd3":
+          {"SAI_HOSTIF_ATTR_NAME": "no name", "SAI_HOSTIF_ATTR_OBJ_ID": "oid:0x13"},
+      "ASIC_STATE:SAI_OBJECT_TYPE_VLAN:oid:0x21": {},
+      "ASIC_STATE:SAI_OBJECT_TYPE_LAG_MEMBER:oid:0x31":
+          {"SAI_LAG_MEMBER_ATTR_LAG_ID": "oid:0x30", "SAI_LAG_MEMBER_ATTR_PORT_ID": []},
+      "ASIC_STATE:SAI_OBJECT_TYPE_ROUTER_INTERFACE:oid:0x1":
+          {"SAI_ROUTER_INTERFACE_ATTR_TYPE": "SAI_ROUTER_INTERFACE_TYPE_PORT",
+           "SAI_ROUTER_INTERFACE_ATTR_PORT_ID": "oid:0x11"},
+      "ASIC_STATE:SAI_OBJECT_TYPE_ROUTER_INTERFACE:oid:0x2":
+          {"SAI_ROUTER_INTERFACE_ATTR_TYPE": "SAI_ROUTER_INTERFACE_TYPE_PORT",
+           "SAI_ROUTER_INTERFACE_ATTR_PORT_ID": "oid:0x13"},
+      "ASIC_STATE:SAI_OBJECT_TYPE_ROUTER_INTERFACE:oid:0x3":
+          {"SAI_ROUTER_INTERFACE_ATTR_TYPE": "SAI_ROUTER_INTERFACE_TYPE_VLAN",
+           "SAI_ROUTER_INTERFACE_ATTR_VLAN_ID": "oid:0x21"},
+      "ASIC_STATE:SAI_OBJECT_TYPE_ROUTER_INTERFACE:oid:0x4":
+          {"SAI_ROUTER_INTERFACE_ATTR_TYPE": "SAI_ROUTER_INTERFACE_TYPE_LAG",
+           "SAI_ROUTER_INTERFACE_ATTR_PORT_ID": "oid:0x30"},
+      "ASIC_STATE:SAI_OBJECT_TYPE_ROUTER_INTERFACE:oid:0x5":
+          {"SAI_ROUTER_INTERFACE_ATTR_TYPE": 7}})");
+  EXPECT_THAT(indexes(read.l3Indexes), IsEmpty());
+  Texts why;
+  for (const Problem& problem : read.problems) {
+    EXPECT_EQ(problem.kind, ProblemKind::unnamedIndex);
+    why.push_back(problem.found);
+  }
+  EXPECT_THAT(why, ElementsAre("index 1: no host interface names the port oid:0x11",
+                               "index 2: no host interface names the port oid:0x13",
+                               "index 3: the VLAN oid:0x21 has no number",
+                               "index 4: the port channel oid:0x30 has no members to tell its name",
+                               "index 5: a router interface of type \"\" has no name here"));
+}
+
 TEST_F(AsicDbTest, IgnoresEverythingElseThatADumpHolds) {
   object("ROUTE_ENTRY", "{\\\"dest\\\":\\\"10.0.0.0/8\\\"}", {});
   object("HOSTIF", "oid:0xd1", {{"NAME", "Ethernet0"}});

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
+
 #include "tests/agent/Reading.h"
 
 namespace Agent {
@@ -123,6 +125,14 @@ TEST(OpenConfig, LeavesLoopbacksAndManagementInterfacesOut) {
             (std::set{Plexo::IntfId("Loopback0"), Plexo::IntfId("system0")}));
   EXPECT_THAT(l3Interfaces(read.theSwitch), IsEmpty());
   EXPECT_THAT(ports(read.theSwitch), IsEmpty());
+  EXPECT_THAT(briefly(read.problems), IsEmpty());
+}
+
+TEST(OpenConfig, KnowsALoopbackByItsNameAlone) {
+  const Configured read(R"({"interfaces": {"interface": [
+      {"name": "Loopback7", "config": {"enabled": "false"}}, {"name": "Ethernet1"}]}})");
+  EXPECT_EQ(read.theSwitch.loopbacks, std::set{Plexo::IntfId("Loopback7")});
+  EXPECT_THAT(ports(read.theSwitch), ElementsAre("Ethernet1 access -"));
   EXPECT_THAT(briefly(read.problems), IsEmpty());
 }
 

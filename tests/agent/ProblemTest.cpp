@@ -9,7 +9,7 @@ namespace {
 
 TEST(ProblemKind, HasANameOfItsOwnEach) {
   std::set<std::string_view> names;
-  const int kinds = static_cast<int>(ProblemKind::secondIndex) + 1;
+  const int kinds = static_cast<int>(ProblemKind::tooManyProblems) + 1;
   for (int kind = 0; kind < kinds; ++kind) {
     names.insert(nameOf(static_cast<ProblemKind>(kind)));
   }

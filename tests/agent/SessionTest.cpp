@@ -130,6 +130,19 @@ TEST_F(RefusedPatch, MayBeOneWhoseResultIsNoConfiguration) {
                 "write it as an object of rows, each under its key");
 }
 
+TEST(Session, RefusesAPatchWhoseL3IndexesWouldMerge) {
+  Session session(Document("c.json", twoPorts), {});
+  session.deferralIs(true);
+  EXPECT_EQ(refusalOf([&] { apply(session, R"([{"op": "remove", "path": "/INTERFACE"}])"); }),
+            "p.json: deferral is on, and 2 changes of L3 indexes would wait; they would merge, and "
+            "the merged change would be dropped; run, or switch deferral off, before");
+  EXPECT_EQ(l3Interfaces(session.theSwitch()), (Texts{"Ethernet0 routed", "Ethernet4 routed"}));
+  apply(session, R"([{"op": "remove", "path": "/INTERFACE/Ethernet4"}])");
+  EXPECT_EQ(session.table().intfL3Indexs(), 2U);
+  session.run();
+  EXPECT_EQ(session.table().intfL3Indexs(), 1U);
+}
+
 TEST(Session, PassesOnWhatTheSinkThrows) {
   Session session(Document("c.json", twoPorts), internalVlans());
   session.watch([](const TableChange&) { throw std::runtime_error("full"); });

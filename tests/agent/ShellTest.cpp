@@ -175,6 +175,9 @@ TEST(TypesProgram, ListsThoseOfALibrary) {
   const auto none = runProgram({"types", "--library", "/bin/sh"});
   EXPECT_EQ(none.exitCode, 1);
   EXPECT_EQ(none.err, "fyrl3: /bin/sh provides no types: it has no section .kob.type\n");
+  const auto noneInJson = runProgram({"types", "--json", "--library", "/bin/sh"});
+  EXPECT_EQ(noneInJson.exitCode, 1);
+  EXPECT_EQ(nlohmann::json::parse(noneInJson.out)["types"], nlohmann::json::array());
   EXPECT_EQ(runProgram({"types", "--library", "README.md"}).exitCode, 2);
   EXPECT_EQ(runProgram({"types", "--library", ""}).exitCode, 2);
   EXPECT_EQ(runProgram({"types", "--library", library, "Table"}).exitCode, 2);
