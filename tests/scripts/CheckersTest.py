@@ -18,6 +18,7 @@ sys.dont_write_bytecode = True
 import check  # pylint: disable=wrong-import-position
 import coverage  # pylint: disable=wrong-import-position
 import exports  # pylint: disable=wrong-import-position
+import fatals  # pylint: disable=wrong-import-position
 import headers  # pylint: disable=wrong-import-position
 import layers  # pylint: disable=wrong-import-position
 import slots  # pylint: disable=wrong-import-position
@@ -234,13 +235,13 @@ class Coverage(InTree):
         super().setUp()
         for path in ["Kob/Assert.h", "Kob/Export.h"]:
             self.write(path, (ROOT / path).read_text())
-        for folder in ["platform", "FyrL3Intf", "bin"]:
+        for folder in ["platform", "FyrL3Intf", "agent", "bin"]:
             (self.root / folder).mkdir()
         self.figures = ""
 
-    def faults_of(self, *lines):
+    def faults_of(self, *lines, path="Kob/A.cpp", tells_all=False):
         """What is missing; the first line given is line 2."""
-        source = self.write("Kob/A.cpp", "\n".join(['#include "Kob/Assert.h"', *lines, ""]))
+        source = self.write(path, "\n".join(['#include "Kob/Assert.h"', *lines, ""]))
         program = self.root / "bin" / "program"
         others = [ROOT / "Kob/Assert.cpp", ROOT / "cmake/WriteProfileOnAbort.cpp"]
         options = ["-fprofile-instr-generate", "-fcoverage-mapping", "-fcoverage-mcdc"]
@@ -249,7 +250,7 @@ class Coverage(InTree):
         environment = {**os.environ, "LLVM_PROFILE_FILE": str(self.root / "program.profraw")}
         subprocess.run([program], env=environment, stderr=subprocess.DEVNULL, check=False)
         with contextlib.redirect_stdout(io.StringIO()) as figures:
-            found = coverage.faults(self.root, self.root, self.root)
+            found = coverage.faults(self.root, self.root, self.root, tells_all)
         self.figures = figures.getvalue()
         return found
 
@@ -280,6 +281,13 @@ class Coverage(InTree):
                 "Kob/A.cpp:4: a && b: condition 1, 2 never decides alone",
             ],
         )
+
+    def test_too_small_a_share_of_the_host_is_a_fault(self):
+        lines = "int sign(int x) { return x < 0 ? -1 : 1; }", "int main() { sign(1); }"
+        share = "agent/: branches 1/2 (50.0 %), at least 90 % have to be covered"
+        self.assertEqual(self.faults_of(*lines, path="agent/A.cpp"), [share])
+        found = self.faults_of(*lines, path="agent/A.cpp", tells_all=True)
+        self.assertEqual(found, ["agent/A.cpp:2: x < 0: never true", share])
 
     def test_a_condition_that_never_decides_alone_is_a_fault(self):
         found = self.faults_of(
@@ -332,9 +340,97 @@ class Coverage(InTree):
         )
         self.assertEqual(found, ["Kob/A.cpp:2: KOB_ASSERT_UNTESTABLE: no test checks it"])
 
+    def test_the_host_need_not_be_covered_whole(self):
+        def folder_with(name, covered):
+            count = 10
+            return coverage.share_faults(name, [coverage.Share("branches", covered, count)])
+
+        self.assertEqual(list(folder_with("agent", 9)), [])
+        self.assertEqual(
+            list(folder_with("agent", 8)), ["agent/: branches 8/10 (80.0 %), at least 90 % have to be covered"]
+        )
+        self.assertEqual(list(folder_with("Kob", 9)), [])  # it is told place by place
+
     def test_a_line_that_was_not_executed_is_found(self):
         lcov = "SF:/tree/Kob/A.cpp\nDA:3,1\nDA:4,0\nend_of_record\nSF:/tree/Kob/B.cpp\nDA:1,7\nend_of_record\n"
         self.assertEqual(coverage.uncovered_lines(lcov), {pathlib.Path("/tree/Kob/A.cpp"): [4]})
+
+
+class FatalSites(unittest.TestCase):
+    SOURCE = """// KOB_ASSERT(false, "of a comment", f) and abort()
+void f(int x) {
+  KOB_ASSERT(x != ')', "x != "
+                       "\\"(\\"", function);
+  KOB_ASSERT_REPORTED(x > 0, "x > 0", function, " x is " << x);
+  const char* text = "abort() KOB_ASSERT(";
+  assertFail("x", "A.h", __LINE__, "void f(int)");
+  KOB_ASSERT_UNTESTABLE(x, "x", function, "why");
+}
+"""
+
+    def test_each_use_of_the_forms_is_a_place(self):
+        sites, faults = fatals.sites_in("Kob/A.cpp", self.SOURCE)
+        self.assertEqual(
+            sites,
+            [
+                fatals.Site("Kob/A.cpp", 3, 4, "KOB_ASSERT", 'x != "("'),
+                fatals.Site("Kob/A.cpp", 5, 5, "KOB_ASSERT_REPORTED", "x > 0"),
+                fatals.Site("Kob/A.cpp", 7, 7, "assertFail", "x"),
+                fatals.Site("Kob/A.cpp", 8, 8, "KOB_ASSERT_UNTESTABLE", "x"),
+            ],
+        )
+        self.assertEqual(faults, [])
+
+    def test_an_end_without_a_report_is_a_fault(self):
+        found = fatals.sites_in("Kob/A.cpp", "void f() {\n  std::abort();\n}\n")
+        self.assertEqual(found, ([], ["Kob/A.cpp:2: abort() ends the process without a report"]))
+
+    def faults_of(self, site, report=None, pins=(), failed=()):
+        """The faults of one place when a test A.B brings this report about, and pins these parts of it."""
+        evidence = fatals.Evidence.__new__(fatals.Evidence)
+        evidence.reports = {("A.B", report)} if report else set()
+        evidence.pins = {("A.B", report): set(pins)}
+        evidence.failed = set(failed)
+        return fatals.judge([site], [evidence], ROOT)[1]
+
+    SITE = fatals.Site("Kob/Trace.cpp", 7, 8, "KOB_ASSERT_REPORTED", "x")
+    REPORT = fatals.Report("Kob/Trace.cpp", 8, "void f()", '! "x"', 1)
+    TITLE = "Kob/Trace.cpp:7: KOB_ASSERT_REPORTED: x"
+
+    def test_a_report_that_a_test_pins_whole_is_right(self):
+        self.assertEqual(self.faults_of(self.SITE, self.REPORT, [*fatals.PARTS, "piece 1"]), [])
+
+    def test_a_report_with_an_open_part_is_a_fault(self):
+        self.assertEqual(
+            self.faults_of(self.SITE, self.REPORT, fatals.PARTS[1:]),
+            [f"{self.TITLE}: no test pins it; A.B leaves open: begin, piece 1"],
+        )
+
+    def test_a_place_that_no_test_reaches_is_a_fault(self):
+        self.assertEqual(self.faults_of(self.SITE), [f"{self.TITLE}: no test brings it about"])
+
+    def test_a_report_of_no_place_is_a_fault(self):
+        faults = self.faults_of(self.SITE, self.REPORT._replace(expression="y"), fatals.PARTS)
+        self.assertEqual(faults[0], "Kob/Trace.cpp:8: void f(): y: no place in the sources makes this report")
+
+    def test_a_report_that_cannot_be_and_is_is_a_fault(self):
+        site = self.SITE._replace(form="KOB_ASSERT_UNTESTABLE")
+        report = self.REPORT._replace(expression="x")
+        faults = self.faults_of(site, report, [*fatals.PARTS, "piece 1"])
+        self.assertEqual(faults, ["Kob/Trace.cpp:7: KOB_ASSERT_UNTESTABLE: x: A.B brings it about"])
+
+    def test_a_test_that_expects_another_line_is_a_fault(self):
+        faults = self.faults_of(self.SITE, self.REPORT, [*fatals.PARTS, "piece 1"], failed=["A.B"])
+        self.assertEqual(faults, ["A.B fails: it expects another line than there is"])
+
+    def test_reports_and_marks_are_read_out_of_the_output(self):
+        run = fatals.Run(
+            "[ RUN      ] A.B\n\nFATAL\t12\tKob/A.cpp\t7\tvoid f()\tx\t0\n"
+            "[  DEATH   ] Test: Kob/A.cpp:7: void f()~12~: : Assertion `x' failed.\n"
+            "[  FAILED  ] A.B (3 ms)\n[  FAILED  ] 1 test, listed below:\n[  FAILED  ] A.B\n"
+        )
+        self.assertEqual(run.reports, [("A.B", "12", fatals.Report("Kob/A.cpp", 7, "void f()", "x", 0))])
+        self.assertEqual((run.failed, run.noticed), ({"A.B"}, {"12"}))
 
 
 class Counting(unittest.TestCase):
