@@ -118,6 +118,7 @@ TEST_F(ConfigSmTest, InputsThatAreNullGetNoReactorAndTheHandlersRunAllTheSame) {
                  "handleL3Index()fyrL3IndexDirisNULL.Returning"}));
   EXPECT_FALSE(world.machine->vlanIntfStatusDir());
   EXPECT_FALSE(world.machine->fyrL3IndexDir());
+  EXPECT_EQ(world.activity->references(), 3U) << "the test's, the machine's, its one reactor's";
 }
 
 TEST_F(ConfigSmTest, TheFullHandlerOfTheIndexesRunsAtConstructionOnly) {
@@ -246,6 +247,30 @@ TEST(ConfigSmAndItsPorts, AMachineThatIsSwitchedOffDoesNotFollowTheEntries) {
   EXPECT_EQ(world.wishes(), (Wishes{{"Ethernet1", 100}}));
   world.routedPort("Ethernet1", 300);
   EXPECT_EQ(world.wishes(), (Wishes{{"Ethernet1", 300}}));
+}
+
+TEST(ConfigSmAndItsPorts, TheSameSwitchAgainAnswersItAndLeavesThePortsAsTheyAre) {
+  World world(internalVlans);
+  world.routedPort("Ethernet1", 100);
+  ConfigSm& machine = world.start();
+  const auto port = machine.switchIntfConfigSm("Ethernet1"_intf);
+  machine.hasNotificationActiveIs(false);
+  port->hasNotificationActiveIs(true);
+  EXPECT_FALSE(machine.hasNotificationActiveIs(false));
+  EXPECT_TRUE(port->hasNotificationActive());
+}
+
+TEST(ConfigSmAndItsPorts, TheSameMarkAgainAnswersItAndLeavesTheReactorsAsTheyAre) {
+  World world(internalVlans);
+  ConfigSm& machine = world.start();
+  const auto reactor = machine.newConfig(world.config);
+  reactor->kobDoZombieReactors(true);
+  EXPECT_FALSE(machine.kobDoZombieReactors(false));
+  EXPECT_TRUE(reactor->kobMarkedForDeletion());
+  EXPECT_TRUE(machine.kobDoZombieReactors(true));
+  reactor->kobDoZombieReactors(false);
+  EXPECT_TRUE(machine.kobDoZombieReactors(true));
+  EXPECT_FALSE(reactor->kobMarkedForDeletion());
 }
 
 TEST(ConfigSmAndItsPorts, AZombieMachineStillFollowsTheEntriesThatItHas) {

@@ -149,6 +149,7 @@ TEST_F(MachineDestructionTest, AMachineOfAPortThatSomebodyHoldsIsDisconnected) {
   const auto port = world.machine->switchIntfConfigSm("Ethernet1"_intf);
   const std::string before = textOf(*world.table);
   world.machine = nullptr;
+  EXPECT_EQ(port->configSm(), nullptr);
   EXPECT_EQ(world.config->switchIntfConfig("Ethernet1"_intf)->kobNotifiees().members(), 0U);
   Trace trace;
   world.routedPort("Ethernet1", 200);

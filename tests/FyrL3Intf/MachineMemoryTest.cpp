@@ -215,8 +215,10 @@ TEST(StepsWithoutMemory, AnIndexIsEnteredInReverseFirst) {
 }
 
 TEST(StepsWithoutMemory, AWishThatIsRecordedHalfIsFatalWhenItIsStatedAgain) {
-  World world(internalVlans);
   const Plexo::IntfId intf = "Ethernet1"_intf;
+  World before(internalVlans);  // What is allocated once in a process is allocated here.
+  before.start().doSetDesiredInternalVlanId(intf, 100);
+  World world(internalVlans);
   world.start();
   const auto stateWish = [&] { world.machine->doSetDesiredInternalVlanId(intf, 100); };
   for (std::size_t successes = 0; world.wishers().empty(); ++successes) {

@@ -108,6 +108,18 @@ TEST_F(SwitchIntfMachine, AZombieMachineStatesNothingUntilItIsWokenAgain) {
   EXPECT_EQ(world.wishes(), (Wishes{{"Ethernet1", 30}}));
 }
 
+TEST_F(SwitchIntfMachine, TheSameSwitchOrMarkAgainLeavesTheReactorAsItIs) {
+  const auto config = otherEntry("Ethernet1", 10);
+  const auto made = SwitchIntfConfigSm::SwitchIntfConfigSmIs(config, &machine());
+  const auto reactor = made->newSwitchIntfConfig(config);
+  reactor->hasNotificationActiveIs(false);
+  EXPECT_TRUE(made->hasNotificationActiveIs(true));
+  EXPECT_FALSE(reactor->hasNotificationActive());
+  reactor->kobDoZombieReactors(true);
+  EXPECT_FALSE(made->kobDoZombieReactors(false));
+  EXPECT_TRUE(reactor->kobMarkedForDeletion());
+}
+
 TEST_F(SwitchIntfMachine, AZombieReactorReceivesItsHookAndCallsNothing) {
   const auto config = otherEntry("Ethernet1", 10);
   const auto made = SwitchIntfConfigSm::SwitchIntfConfigSmIs(config, &machine());

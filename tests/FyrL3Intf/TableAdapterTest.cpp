@@ -310,6 +310,17 @@ TEST_F(TableAdapterTest, TheWrapperIsSwitchedBeforeTheMarkAndNotWhileItStands) {
   EXPECT_FALSE(wrapper->hasNotificationActive());
 }
 
+TEST_F(TableAdapterTest, WhereTheyDifferTheSameSwitchOfOneLeavesTheOther) {
+  adapter->kobDoZombieReactors(true);
+  adapter->kobDoZombieReactors(false);
+  ASSERT_TRUE(adapter->hasNotificationActive());
+  ASSERT_FALSE(wrapper->hasNotificationActive());
+  EXPECT_TRUE(adapter->hasNotificationActiveIs(true));
+  EXPECT_FALSE(wrapper->hasNotificationActive());
+  EXPECT_FALSE(wrapper->hasNotificationActiveIs(false));
+  EXPECT_TRUE(adapter->hasNotificationActive());
+}
+
 TEST_F(TableAdapterTest, TheSameMarkAgainChangesNothing) {
   EXPECT_FALSE(adapter->kobDoZombieReactors(false));
   EXPECT_EQ(members(), 1U);

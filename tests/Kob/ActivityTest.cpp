@@ -324,6 +324,9 @@ TEST_F(Activity, ThatDiesWhileReactorsAreQueuedForgetsThem) {
   activity_ = nullptr;
   EXPECT_EQ(survivor->kobPendingAttributeId(), Kob::pendingNone);
   EXPECT_EQ(survivor->kobPendingCount(), 0U);
+  const auto another = Kob::activityFactory("another");
+  another->activitySm()->pendingIs(survivor.get(), Source::valueId);
+  EXPECT_EQ(another->activitySm()->pendings(), 1U);
 }
 
 TEST_F(Activity, DeliversWhatItQueuedToAReactorThatHasMovedToAnother) {

@@ -188,6 +188,9 @@ TEST(ValueTypes, HaveTheNamesOfTheirDeclarations) {
 }
 
 TEST(ValueTypes, AreRegisteredAndMadeOnce) {
+  ASSERT_NE(TypeOf<Name>::type(), nullptr);  // Made when they are first asked for.
+  ASSERT_NE(Builtin<unsigned>::_fwkType(), Builtin<bool>::_fwkType());
+  ASSERT_NE(TypeOf<void*>::type(), nullptr);
   for (const char* const name : {"bool", "unsigned", "Kob::Name", "void*"}) {
     KobType* const type = KobType::typeNode(name);
     ASSERT_NE(type, nullptr) << name;

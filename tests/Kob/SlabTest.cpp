@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <latch>
 #include <random>
 #include <thread>
 #include <utility>
@@ -160,10 +161,12 @@ TEST(Slab, ServesSeveralThreadsWhileReferenceCountsAreAtomic) {
   const ThreadSafePointers threadSafe;
   std::vector<char> intact(4, 0);
   std::vector<std::thread> threads;
+  std::latch together(4);
   for (std::size_t at = 0; at < intact.size(); ++at) {
-    threads.emplace_back([at, &intact] {
+    threads.emplace_back([at, &intact, &together] {
+      together.arrive_and_wait();
       bool good = true;
-      for (int round = 0; round < 50; ++round) {
+      for (int round = 0; round < 500; ++round) {
         const auto cells = cellsOf(40, 100);
         good = good && std::all_of(cells.begin(), cells.end(),
                                    [](const Cell& cell) { return cell.isIntact(); });

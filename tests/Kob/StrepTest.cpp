@@ -81,6 +81,7 @@ TEST(StrepNumber, IsDecimalAndEndsWithItsDigits) {
   EXPECT_EQ(taken("4094"), (Taken{4094, ""}));
   EXPECT_EQ(taken("0012"), (Taken{12, ""}));
   EXPECT_EQ(taken("12a"), (Taken{12, "a"}));
+  EXPECT_EQ(taken("12F"), (Taken{12, "F"}));
   EXPECT_EQ(taken("12 13"), (Taken{12, " 13"}));
   EXPECT_EQ(taken("9/"), (Taken{9, "/"}));
   EXPECT_EQ(taken("9:"), (Taken{9, ":"}));

@@ -96,6 +96,7 @@ TEST_F(TypeNode, MayBeMadeWithItsQualifiedName) {
   EXPECT_EQ(nested->name(), "Part");
   EXPECT_EQ(nested->qualifiedName(), "Shop::Part");
   EXPECT_EQ(nested->base(), base.get());
+  EXPECT_EQ(nested->id(), 0);
 }
 
 TEST_F(TypeNode, IsOfItsOwnTypeAndOfThoseAbove) {
