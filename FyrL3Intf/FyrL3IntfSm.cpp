@@ -41,6 +41,9 @@ L3Id platformId(Bridging::VlanIdOrNone vlanId) { return L3Id(vlanId.value()); }
 
 // The names of the published types, for loaders that do not run the library: each with its NUL, in
 // a section that neither strip nor the linker's garbage collection takes away.
+#ifdef __clang__
+[[clang::no_sanitize("address")]]  // Which would pad them.
+#endif
 [[gnu::section(".kob.type"), gnu::used, gnu::retain]] constexpr char typeNames[] =
     "FyrL3Intf::ConfigSm\0"
     "FyrL3Intf::SwitchIntfConfigSm\0"

@@ -23,7 +23,7 @@ LAYERS = ["Kob", "platform", "FyrL3Intf", "agent"]
 LIBRARIES = ["Kob", "FyrPlatform", "FyrL3Intf"]
 TEST_PROGRAMS = ["KobTest", "PlatformTest", "FyrL3IntfTest", "AgentTest"]
 JOBS = len(os.sched_getaffinity(0))
-SHOWN = ["coverage", "growth", "growth: 100,000 interfaces"]  # steps whose output is of interest when they pass
+SHOWN = ["fatal reports", "coverage", "growth", "growth: 100,000 interfaces"]  # steps whose output is of interest when they pass
 LINES_SHOWN = 300
 
 SANITIZER_ENVIRONMENT = {
@@ -77,10 +77,10 @@ def run(*command, **environment):
     return process.returncode == 0, output
 
 
-def run_all(commands):
+def run_all(commands, **environment):
     """Runs commands, as many at once as there are processors; answers whether all succeeded and what failing ones wrote."""
     with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
-        results = list(pool.map(lambda command: run(*command), commands))
+        results = list(pool.map(lambda command: run(*command, **environment), commands))
     return all(good for good, _ in results), "".join(output for good, output in results if not good)
 
 
@@ -139,19 +139,21 @@ def count_tests(good, output):
     return passed, failed if good or failed else 1
 
 
-def run_tests(preset, prefix=(), shards=JOBS, **environment):
-    """Runs the test programs of a build, each in shards side by side."""
+def run_tests(preset, prefix=(), shards=JOBS, programs=None, only="*", **environment):
+    """Runs the test programs of a build, or only some of their tests, each program in shards side by side."""
 
     def one(program, shard):
         # A path with a slash, so that death tests find the program again.
-        command = [*prefix, BUILD / preset / "bin" / program, "--gtest_brief=0", "--gtest_color=no"]
+        options = ["--gtest_brief=0", "--gtest_color=no", f"--gtest_filter={only}"]
+        command = [*prefix, BUILD / preset / "bin" / program, *options]
         good, output = run(*command, GTEST_TOTAL_SHARDS=str(shards), GTEST_SHARD_INDEX=str(shard), **environment)
         passed, failed = count_tests(good, output)
         return good and not failed, f"-- {program}\n{output}", passed, failed
 
     def action():
-        jobs = [(program, shard) for program in TEST_PROGRAMS for shard in range(shards)]
-        missing = [program for program in TEST_PROGRAMS if not (BUILD / preset / "bin" / program).exists()]
+        chosen = programs or TEST_PROGRAMS
+        jobs = [(program, shard) for program in chosen for shard in range(shards)]
+        missing = [program for program in chosen if not (BUILD / preset / "bin" / program).exists()]
         if missing:
             return False, f"not built: {', '.join(missing)}", 0, len(missing)
         with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
@@ -179,11 +181,23 @@ def build_and_test(tally, title, preset, **options):
 
 def every_source_is_built():
     """No source file has been left out of every build."""
-    builds = ["dev", "asan-ubsan", "bench-quick", "fuzz"]
+    builds = ["dev", "watched", "bench-quick"]
     commands = "".join((BUILD / build / "compile_commands.json").read_text() for build in builds)
     folders = [*LAYERS, "tests", "benches"]
     missing = [path for path in sources(*folders, suffixes=(".cpp",)) if f'"{ROOT / path}"' not in commands]
     return not missing, "".join(f"{path} is in no CMakeLists.txt\n" for path in missing)
+
+
+def fuzz_corpora(**environment):
+    """Runs each kept input of the fuzz targets once."""
+
+    def action():
+        corpora = sorted((ROOT / "tests" / "fuzz" / "corpus").iterdir())
+        programs = [BUILD / "watched" / "bin" / f"fuzz-{corpus.name}" for corpus in corpora]
+        inputs = [sorted(corpus.iterdir()) for corpus in corpora]
+        return run_all([[program, *files] for program, files in zip(programs, inputs)], **environment)
+
+    return action
 
 
 def formatting():
@@ -218,10 +232,13 @@ def check(extent):
     if extent == "--quick":
         return tally
 
+    tally.step("a moment of load", lambda: run(BUILD / "dev" / "bin" / "soak", "--events=20000", "--per-check=1000"))
     tally.step("formatting", formatting)
     tally.step("layers", lambda: run("scripts/layers.py"))
+    tally.step("fatal reports", lambda: run("scripts/fatals.py", BUILD / "dev"))
     tally.step("every header compiles alone", lambda: run("scripts/headers.py", BUILD / "dev"))
     tally.step("the checkers find planted faults", lambda: run("python3", "tests/scripts/CheckersTest.py"))
+    tally.step("the steps find planted faults", lambda: run("python3", "tests/scripts/StepsTest.py"))
     tally.step("the benchmark is weighed right", lambda: run("python3", "tests/scripts/BenchTest.py"))
     tally.step("growth is weighed right", lambda: run("python3", "tests/scripts/GrowthTest.py"))
 
@@ -229,27 +246,29 @@ def check(extent):
         tally.step("exported names", lambda: run("scripts/exports.py", *library_paths("release")))
         tally.step("virtual slots", lambda: run("scripts/slots.py", "tests/slots.txt", *library_paths("release")))
         tally.step("names of types stay", lambda: run("scripts/typenames.py", *type_names_inputs()))
+        products = [*library_paths("release"), BUILD / "release" / "bin" / "fyrl3"]
+        tally.step("hardened", lambda: run("scripts/hardened.py", *products))
         tally.step("installed package", lambda: run("scripts/installed.sh", BUILD / "release"))
 
-    build_and_test(tally, "ASan and UBSan", "asan-ubsan", **SANITIZER_ENVIRONMENT)
+    if tally.step("sanitizers and coverage: build", build("watched")):
+        with tempfile.TemporaryDirectory() as profiles:
+            environment = {**SANITIZER_ENVIRONMENT, "LLVM_PROFILE_FILE": f"{profiles}/%m.profraw"}
+            tally.step("sanitizers and coverage: tests", run_tests("watched", **environment))
+            tally.step("coverage", lambda: run("scripts/coverage.py", BUILD / "watched", profiles))
+            tally.step("fuzz corpora", fuzz_corpora(**environment))
 
     if tally.step("benches: build", build("bench-quick")):
         tally.step("benches run", lambda: run("./bench", "--quick"))
         tally.step("growth", lambda: run("scripts/growth.py", BUILD / "bench-quick"))
         if extent == "--all":
             tally.step("growth: 100,000 interfaces", lambda: run("scripts/growth.py", BUILD / "bench-quick", "100000"))
-    if tally.step("fuzz targets: build", build("fuzz")):
-        tally.step("fuzz corpora", lambda: run("./fuzz", "--replay"))
     tally.step("every source is built", every_source_is_built)
-
-    if tally.step("coverage: build", build("coverage")):
-        with tempfile.TemporaryDirectory() as profiles:
-            tally.step("coverage: tests", run_tests("coverage", LLVM_PROFILE_FILE=f"{profiles}/%m.profraw"))
-            tally.step("coverage", lambda: run("scripts/coverage.py", BUILD / "coverage", profiles))
-
     tally.step("clang-tidy", clang_tidy)
 
     if extent == "--all":
+        build_and_test(tally, "ASan and UBSan of g++", "asan-ubsan", **SANITIZER_ENVIRONMENT)
+        if tally.step("TSan: build", build("tsan")):
+            tally.step("TSan: tests", run_tests("tsan", programs=["KobTest"], only="*Thread*"))
         build_and_test(tally, "clang", "clang")
         build_and_test(tally, "-O2", "O2")
         tally.step("model: 100,000 sequences", long_model)
