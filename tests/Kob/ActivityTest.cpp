@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/Kob/Machine.h"
 
@@ -173,6 +175,51 @@ TEST_F(Activity, AReplacedNotifierIsOneCallOfTheFullHandlerWhateverElseIsPending
   EXPECT_EQ(run(), Log{"a all"});
   a_.change(3);
   EXPECT_EQ(run(), Log{"a key 3"}) << "the count begins anew";
+}
+
+using Left = std::vector<std::pair<Kob::AttributeId, bool>>;
+
+/// Writes down what reactors leave to the framework: an id, and whether it is to be delivered.
+class Framework : public Source::NotifieeConst {
+ public:
+  void handleDefault(Kob::ActivityConfig* /*activity*/, Kob::AttributeId id,
+                     bool deliver) override {
+    left.emplace_back(id, deliver);
+  }
+  Left left;
+};
+
+class ReactorOfAFramework final
+    : public Kob::KeyedReactor<ReactorOfAFramework, Framework, Machine, Source::valueId, int> {
+ public:
+  ReactorOfAFramework(const Ptr<Kob::ActivityConfig>& activity, const NotifierPtr& notifier,
+                      Machine* owner)
+      : KeyedReactor(activity, notifier, owner) {}
+
+  void onValue(int key) override { keyChanged(key); }
+  void keyedHook(int key) { onValue(key); }
+  void unkeyedHook() {}
+  void handleKey(int /*key*/) {}
+  void renewed() {}
+};
+
+TEST_F(Activity, TheFrameworkLearnsOfAllButTheWatchedAttributeAndWhetherItIsDelivered) {
+  const Ptr<Source> source(new Source);
+  const Ptr<ReactorOfAFramework> reactor(
+      new ReactorOfAFramework(activity_, source, a_.machine.get()));
+  const auto left = [&] {
+    run();
+    return std::exchange(reactor->left, {});
+  };
+  source->valueNotify(1);
+  EXPECT_EQ(left(), Left());
+  EXPECT_TRUE(reactor->kobOnAttribute(7));
+  EXPECT_EQ(left(), (Left{{7, true}}));
+  EXPECT_TRUE(reactor->kobOnAttribute(7));
+  source->valueNotify(1);
+  EXPECT_EQ(left(), (Left{{Kob::pendingSeveral, false}}));
+  sm().pendingIs(reactor.get(), Kob::pendingReplaced);
+  EXPECT_EQ(left(), (Left{{Kob::pendingReplaced, false}}));
 }
 
 TEST_F(Activity, WhatBecomesPendingDuringDeliveryIsDeliveredInTheSameRunAfterTheRest) {

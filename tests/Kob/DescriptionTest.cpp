@@ -251,6 +251,16 @@ TEST_F(NewDescription, IsRegisteredWhenTheTypeIsAskedFor) {
   EXPECT_EQ(typesMade, 1);
 }
 
+TEST_F(NewDescription, AnnouncesTheTypeBeforeWhatIsToldOfIt) {
+  std::size_t sizeWhenHeard = 1;
+  observer->whenHeard = [&](const std::string& line) {
+    if (line.starts_with("type ")) sizeWhenHeard = type()->instanceSize();
+  };
+  own.describe();
+  EXPECT_EQ(sizeWhenHeard, 0U);
+  EXPECT_EQ(type()->instanceSize(), sizeof(Crate));
+}
+
 TEST_F(NewDescription, FillsTheHandles) {
   EXPECT_EQ(handles[0], nullptr);
   own.describe();
