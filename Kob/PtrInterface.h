@@ -157,8 +157,9 @@ class KOB_EXPORT PtrInterface : public VFPtrInterface {
   static void* operator new(std::size_t size, std::align_val_t alignment) {
     return ::operator new(size, alignment);
   }
-  static void operator delete(void* object, std::size_t size, std::align_val_t alignment) noexcept {
-    ::operator delete(object, size, alignment);
+  static void operator delete(void* object, std::size_t /*size*/,
+                              std::align_val_t alignment) noexcept {
+    ::operator delete(object, alignment);
   }
 
   ~PtrInterface() override = default;
