@@ -200,6 +200,12 @@ def fuzz_corpora(**environment):
     return action
 
 
+def planted_bugs_apply():
+    """The bugs that prove the fuzz targets still fit the sources."""
+    patches = sorted((ROOT / "tests" / "planted").glob("*.patch"))
+    return run_all(["patch", "--dry-run", "--batch", "-p1", "-i", patch] for patch in patches)
+
+
 def formatting():
     files = sources(*LAYERS, "tests", "benches", "examples", "cmake")
     return run("clang-format-19", "--dry-run", "-Werror", *files)
@@ -235,6 +241,7 @@ def check(extent):
     tally.step("a moment of load", lambda: run(BUILD / "dev" / "bin" / "soak", "--events=20000", "--per-check=1000"))
     tally.step("formatting", formatting)
     tally.step("layers", lambda: run("scripts/layers.py"))
+    tally.step("planted bugs apply", planted_bugs_apply)
     tally.step("fatal reports", lambda: run("scripts/fatals.py", BUILD / "dev"))
     tally.step("every header compiles alone", lambda: run("scripts/headers.py", BUILD / "dev"))
     tally.step("the checkers find planted faults", lambda: run("python3", "tests/scripts/CheckersTest.py"))
