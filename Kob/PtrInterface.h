@@ -127,15 +127,17 @@ class KOB_EXPORT VFPtrInterface {
   mutable bool heldWeakly_ = false;
 };
 
+/// Types whose objects are of no other type, and do not hear of their last reference.
+template <class T>
+concept ReleasedUnheard = std::is_final_v<T> && std::is_destructible_v<T> && requires {
+  requires std::is_same_v<decltype(&T::zeroReferencesIs), void (VFPtrInterface::*)(bool)>;
+};
+
 template <class T>
 void VFPtrInterface::referencesDec(T* object) noexcept {
-  constexpr bool hearsNothing = std::is_final_v<T> && std::is_destructible_v<T> && requires {
-    requires std::is_same_v<decltype(&T::zeroReferencesIs), void (VFPtrInterface::*)(bool)>;
-  };
-  if constexpr (!hearsNothing) {
+  if constexpr (!ReleasedUnheard<T>) {
     object->referencesDec();
-  } else if (object->references_.dec()) {
-    object->references_.flagIs(ReferenceWord::held, true);  // As after handleZeroRef.
+  } else if (object->references_.decHolding()) {  // As in handleZeroRef.
     delete object;
   }
 }
