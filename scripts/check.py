@@ -6,16 +6,16 @@ shows its output and the next one runs all the same. Ends with the line "N passe
 """
 
 import concurrent.futures
-import contextlib
 import os
 import pathlib
 import re
 import resource
 import signal
-import subprocess
 import sys
 import tempfile
 import time
+
+import processes
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BUILD = ROOT / "build"
@@ -55,26 +55,10 @@ def sources(*folders, suffixes=(".h", ".cpp")):
     return sorted(str(path.relative_to(ROOT)) for path in found)
 
 
-running = set()  # commands, each the head of a process group of its own
-
-
 def run(*command, **environment):
     """Runs a command at the root; answers whether it succeeded and what it wrote."""
-    with subprocess.Popen(
-        [str(word) for word in command],
-        cwd=ROOT,
-        env={**os.environ, **environment},
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT,
-        text=True,
-        errors="replace",
-        start_new_session=True,
-    ) as process:
-        running.add(process)
-        output = process.communicate()[0]
-        running.discard(process)
-    return process.returncode == 0, output
+    code, output = processes.run(*command, cwd=ROOT, env={**os.environ, **environment})
+    return code == 0, output
 
 
 def run_all(commands, **environment):
@@ -287,9 +271,7 @@ def check(extent):
 
 def stop(*_):
     """Ends the commands that run, and what they started, before us."""
-    for process in list(running):
-        with contextlib.suppress(ProcessLookupError):
-            os.killpg(process.pid, signal.SIGTERM)
+    processes.stop(signal.SIGTERM)
     raise KeyboardInterrupt
 
 

@@ -17,6 +17,7 @@ import time
 import mutate_build
 import mutate_source
 import mutate_tests
+import processes
 from mutate_build import ROOT, Unusable, say
 
 FOLDERS = ["Kob", "platform", "FyrL3Intf"]
@@ -193,7 +194,7 @@ def main():
         say(reason)
         return 125
     except KeyboardInterrupt:
-        mutate_build.stop()
+        processes.stop()
         return 130
 
 

@@ -6,19 +6,16 @@ import json
 import os
 import pathlib
 import re
-import shutil
-import signal
-import subprocess
 import sys
-import threading
+
+import treecopy
+from processes import run
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PLACE = pathlib.Path(os.environ.get("FYRL3INTF_MUTATE", ROOT / "build" / "mutate")).resolve()
 COPY = PLACE / "source"
 BUILD = PLACE / "build"
 DROPPED = PLACE / "dropped.json"
-FOLDERS = ["Kob", "platform", "FyrL3Intf", "agent", "tests", "cmake"]
-FILES = ["CMakeLists.txt", "CMakePresets.json"]
 LIBRARIES = ["Kob", "FyrPlatform", "FyrL3Intf"]
 # The tests of the libraries alone: what only the host would notice, they should have.
 PROGRAMS = ["KobTest", "PlatformTest", "FyrL3IntfTest"]
@@ -71,54 +68,6 @@ def say(text):
     print(text, file=sys.stderr, flush=True)
 
 
-running = set()  # commands, each the head of a process group of its own
-running_lock = threading.Lock()
-
-
-def kill(process, how=signal.SIGKILL):
-    try:
-        os.killpg(process.pid, how)
-    except ProcessLookupError:
-        pass
-
-
-def run(*command, seconds=None, **options):
-    """Runs a command, for that long at most; answers its return code (none if it took too long) and what it wrote."""
-    with subprocess.Popen(
-        [str(word) for word in command],
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT,
-        text=True,
-        errors="replace",
-        start_new_session=True,
-        **options,
-    ) as process:
-        with running_lock:
-            running.add(process)
-        try:
-            output = process.communicate(timeout=seconds)[0]
-            code = process.returncode
-        except subprocess.TimeoutExpired:
-            output, code = "", None
-        except BaseException:
-            kill(process, signal.SIGTERM)  # a build has children in groups of their own, and ends them
-            process.wait()
-            raise
-        finally:
-            kill(process)  # and what it left running
-            with running_lock:
-                running.discard(process)
-    return code, output
-
-
-def stop():
-    """Ends what still runs."""
-    with running_lock:
-        for process in running:
-            kill(process)
-
-
 def write(place, text):
     """Writes a file; one that says the same already stays as old as it is, and is not built again."""
     place.parent.mkdir(parents=True, exist_ok=True)
@@ -127,20 +76,8 @@ def write(place, text):
 
 
 def copy_tree(sources):
-    """Brings the copy up to date, with the mutants of those sources."""
-    mutated = {COPY / source.name for source in sources}
-    present = set()
-    originals = [ROOT / name for name in FILES]
-    originals += [path for folder in FOLDERS for path in (ROOT / folder).rglob("*") if path.is_file()]
-    for original in originals:
-        place = COPY / original.relative_to(ROOT)
-        present.add(place)
-        place.parent.mkdir(parents=True, exist_ok=True)
-        if place not in mutated and (not place.exists() or place.read_bytes() != original.read_bytes()):
-            shutil.copyfile(original, place)
-    for place in COPY.rglob("*"):
-        if place.is_file() and place not in present:
-            place.unlink()
+    """Brings the copy up to date, but for those sources, whose mutants it will hold."""
+    treecopy.update(ROOT, COPY, {COPY / source.name for source in sources})
 
 
 def configure(mutants):

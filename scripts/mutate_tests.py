@@ -8,7 +8,8 @@ import re
 import tempfile
 import time
 
-from mutate_build import BUILD, COPY, JOBS, PROGRAMS, Unusable, run, say
+from mutate_build import BUILD, COPY, JOBS, PROGRAMS, Unusable, say
+from processes import run
 
 MEMORY = 2 << 30
 # What the tests that are tried together take at most, in seconds: first those that tell quickly, then the rest.

@@ -13,20 +13,19 @@ one was not, 2 if one does not apply or does not build, or a target finds someth
 import os
 import pathlib
 import re
-import shutil
 import signal
-import subprocess
 import sys
 import tempfile
 import time
+
+import processes
+import treecopy
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PATCHES = ROOT / "tests" / "planted"
 PLACE = pathlib.Path(os.environ.get("FYRL3INTF_PLANTED", ROOT / "build" / "planted"))
 COPY = PLACE / "source"
 BUILD = PLACE / "build"
-FOLDERS = ["Kob", "platform", "FyrL3Intf", "agent", "tests", "cmake"]
-FILES = ["CMakeLists.txt", "CMakePresets.json"]
 JOBS = os.environ.get("FYRL3INTF_JOBS", str(len(os.sched_getaffinity(0))))
 SECONDS = 60
 ENVIRONMENT = {"ASAN_OPTIONS": "detect_leaks=1:detect_stack_use_after_return=1"}
@@ -38,39 +37,8 @@ class Unusable(Exception):
 
 def run(*command, **options):
     """Runs a command; answers whether it succeeded and what it wrote."""
-    with subprocess.Popen(
-        [str(word) for word in command],
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT,
-        text=True,
-        errors="replace",
-        start_new_session=True,
-        **options,
-    ) as process:
-        try:
-            output = process.communicate()[0]
-        except BaseException:
-            os.killpg(process.pid, signal.SIGKILL)
-            raise
-    return process.returncode == 0, output
-
-
-def copy_tree():
-    """Brings the copy up to date; files that are the same stay as old as they are, and are not built again."""
-    COPY.mkdir(parents=True, exist_ok=True)
-    present = set()
-    sources = [ROOT / name for name in FILES]
-    sources += [path for folder in FOLDERS for path in (ROOT / folder).rglob("*") if path.is_file()]
-    for source in sources:
-        place = COPY / source.relative_to(ROOT)
-        present.add(place)
-        place.parent.mkdir(parents=True, exist_ok=True)
-        if not place.exists() or place.read_bytes() != source.read_bytes():
-            shutil.copyfile(source, place)
-    for place in COPY.rglob("*"):
-        if place.is_file() and place not in present:
-            place.unlink()
+    code, output = processes.run(*command, **options)
+    return code == 0, output
 
 
 def build(target):
@@ -126,7 +94,7 @@ def prove(patch):
 
 
 def prepare(targets):
-    copy_tree()
+    treecopy.update(ROOT, COPY)
     good, output = run("cmake", "--preset", "fuzz", "-S", COPY, "-B", BUILD, cwd=COPY)
     if not good:
         raise Unusable(f"The copy cannot be configured:\n{output}")

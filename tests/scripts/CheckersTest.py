@@ -8,7 +8,6 @@ import os
 import pathlib
 import subprocess
 import sys
-import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
@@ -22,22 +21,12 @@ import fatals  # pylint: disable=wrong-import-position
 import headers  # pylint: disable=wrong-import-position
 import layers  # pylint: disable=wrong-import-position
 import slots  # pylint: disable=wrong-import-position
+import trees  # pylint: disable=wrong-import-position
 import typenames  # pylint: disable=wrong-import-position
 
 
-class InTree(unittest.TestCase):
+class InTree(trees.InTree):
     """A test with a tree of its own."""
-
-    def setUp(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        self.root = pathlib.Path(directory.name)
-
-    def write(self, path, text):
-        file = self.root / path
-        file.parent.mkdir(parents=True, exist_ok=True)
-        file.write_text(text)
-        return file
 
     def library(self, text):
         source = self.write("Library.cpp", text)

@@ -12,7 +12,6 @@ import pathlib
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 import unittest.mock
 
@@ -22,15 +21,14 @@ sys.dont_write_bytecode = True
 
 import check  # pylint: disable=wrong-import-position
 import planted  # pylint: disable=wrong-import-position
+import trees  # pylint: disable=wrong-import-position
 
 
-class InTree(unittest.TestCase):
-    """A test whose scripts take a temporary directory for the root of the project."""
+class InTree(trees.InTree):
+    """A test whose scripts take its tree for the project."""
 
     def setUp(self):
-        directory = tempfile.TemporaryDirectory()
-        self.addCleanup(directory.cleanup)
-        self.root = pathlib.Path(directory.name)
+        super().setUp()
         self.set(check, ROOT=self.root, BUILD=self.root / "build")
 
     def set(self, module, **values):
@@ -39,14 +37,6 @@ class InTree(unittest.TestCase):
             replaced = unittest.mock.patch.object(module, name, value)
             replaced.start()
             self.addCleanup(replaced.stop)
-
-    def write(self, path, text, executable=False):
-        file = self.root / path
-        file.parent.mkdir(parents=True, exist_ok=True)
-        file.write_text(text)
-        if executable:
-            file.chmod(0o755)
-        return file
 
     def take(self, *paths):
         """Copies files of the project."""
