@@ -16,8 +16,10 @@ using Agent::L3IdSource;
 using Agent::Session;
 using nlohmann::json;
 
-bool isText(const std::uint8_t* bytes, std::size_t size) {
-  return size > 0 && (std::isspace(bytes[0]) != 0 || bytes[0] == '{' || bytes[0] == '[');
+std::string textOf(const std::uint8_t* bytes, std::size_t size, std::string (*composed)(Choices)) {
+  const bool isText =
+      size > 0 && (std::isspace(bytes[0]) != 0 || bytes[0] == '{' || bytes[0] == '[');
+  return isText ? std::string(bytes, bytes + size) : composed(Choices(bytes, size));
 }
 
 bool unlessRefused(const std::function<void()>& action) {

@@ -14,9 +14,10 @@
 
 namespace Fuzz {
 
-/// Whether the bytes are a document's text already; all others are choices, out of which a target
-/// composes a document.
-[[nodiscard]] bool isText(const std::uint8_t* bytes, std::size_t size);
+/// A document's text: the bytes, if they begin as one does; all others are choices, out of which
+/// the target composes a document.
+[[nodiscard]] std::string textOf(const std::uint8_t* bytes, std::size_t size,
+                                 std::string (*composed)(Choices));
 
 /// Runs what may refuse its input, and checks the refusal's text. Returns whether it did not.
 bool unlessRefused(const std::function<void()>& action);

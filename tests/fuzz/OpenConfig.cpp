@@ -109,8 +109,6 @@ std::string composed(Choices from) {
 }  // namespace Fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  const bool isText = Fuzz::isText(bytes, size);
-  Fuzz::configure(isText ? std::string(bytes, bytes + size)
-                         : Fuzz::composed(Fuzz::Choices(bytes, size)));
+  Fuzz::configure(Fuzz::textOf(bytes, size, Fuzz::composed));
   return 0;
 }

@@ -98,9 +98,7 @@ void follow(const Document& before, const Document& patch) {
 }  // namespace Fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  const bool isText = Fuzz::isText(bytes, size);
-  const std::string text =
-      isText ? std::string(bytes, bytes + size) : Fuzz::composed(Fuzz::Choices(bytes, size));
+  const std::string text = Fuzz::textOf(bytes, size, Fuzz::composed);
   static const Agent::Document before("config.json", Fuzz::configuration);
   Fuzz::unlessRefused([&text] {
     const Agent::Document patch("patch.json", text);
