@@ -30,8 +30,9 @@ struct Settings {
   std::uint64_t seed = 1;
 };
 
-/// The checks of the first tenth find out how much memory it takes.
-constexpr std::uint64_t tenth = 10;
+/// Checks in a round: nine on a platform with internal VLANs, one on a platform without. The first
+/// round finds out how much memory it takes.
+constexpr std::uint64_t checksPerRound = 10;
 /// What the memory may differ by from then on, for what the heap keeps for itself.
 constexpr double slackMiB = 2;
 
@@ -168,8 +169,7 @@ int soak(const Settings& settings) {
   const std::uint64_t checks = std::max<std::uint64_t>(settings.events / settings.perCheck, 1);
   double limit = 0;
   for (std::uint64_t check = 1; check <= checks; ++check) {
-    // Every tenth stretch is that of a platform without internal VLANs.
-    if (check % tenth <= 1) traffic.restart(pair, check % tenth == 1);
+    if (check % checksPerRound <= 1) traffic.restart(pair, check % checksPerRound == 1);
     for (std::uint64_t event = 0; event < settings.perCheck; ++event) traffic.next(pair);
     traffic.settle(pair);
     if (const std::string difference = pair.difference(); !difference.empty()) {
@@ -179,16 +179,17 @@ int soak(const Settings& settings) {
       return 1;
     }
     const double resident = residentMiB();
-    if (check % tenth == 0 || check == checks) {
+    if (check % checksPerRound == 0 || check == checks) {
       const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
       std::printf("%10lu events, %5.1f s, %.1f MiB\n", check * settings.perCheck, elapsed.count(),
                   resident);
       std::fflush(stdout);
     }
-    if (check <= tenth) limit = std::max(limit, resident + slackMiB);
+    if (check <= checksPerRound) limit = std::max(limit, resident + slackMiB);
     if (resident > limit) {
       std::printf("memory grew to %.1f MiB after event %lu; the first %lu took at most %.1f MiB\n",
-                  resident, check * settings.perCheck, tenth * settings.perCheck, limit - slackMiB);
+                  resident, check * settings.perCheck, checksPerRound * settings.perCheck,
+                  limit - slackMiB);
       return 1;
     }
   }
