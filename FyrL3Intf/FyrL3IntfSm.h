@@ -35,7 +35,6 @@
 #include "Kob/Described.h"
 #include "Kob/Export.h"
 #include "Kob/Reactor.h"
-#include "Kob/Strep.h"
 #include "platform/BridgingConfig.h"
 #include "platform/L3IndexDir.h"
 #include "platform/VlanIntfStatusDir.h"

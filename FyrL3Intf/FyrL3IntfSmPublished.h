@@ -9,7 +9,6 @@
 #include <tuple>
 
 #include "FyrL3Intf/FyrL3IntfSm.h"
-#include "Kob/Described.h"
 
 namespace FyrL3Intf::Published {
 

@@ -25,7 +25,6 @@
 // A removal copies the value that it returns first: running out of memory removes nothing. What an
 // announcement throws for want of memory comes after the change, which is made and counted.
 
-#include <concepts>
 #include <type_traits>
 
 #include "Kob/Entity.h"

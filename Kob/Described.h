@@ -10,7 +10,6 @@
 //     static const Kob::Description& description();
 //   };
 
-#include <memory>
 #include <span>
 #include <type_traits>
 #include <utility>

@@ -27,9 +27,8 @@
 #include "Kob/GenericIf.h"
 #include "Kob/GenericIfException.h"
 #include "Kob/GenericValue.h"
-#include "Kob/Introspection.h"
+#include "Kob/Introspection.h"  // IWYU pragma: export
 #include "Kob/PtrInterface.h"
-#include "Kob/String8.h"
 #include "Kob/Type.h"
 
 namespace Kob {

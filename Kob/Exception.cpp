@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "Kob/Assert.h"
+
 namespace Kob {
 
 namespace {

@@ -19,7 +19,6 @@
 //
 // Types that publish a description (Kob/Described.h) get all of this from it.
 
-#include <cstdint>
 #include <memory>
 #include <utility>
 #include <vector>

@@ -23,7 +23,6 @@
 
 #include "Kob/Export.h"
 #include "Kob/GenericIf.h"
-#include "Kob/GenericIfException.h"
 #include "Kob/PtrInterface.h"
 #include "Kob/Strep.h"
 #include "Kob/String8.h"

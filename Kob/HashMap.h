@@ -15,9 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-#include <utility>
 
-#include "Kob/Assert.h"
 #include "Kob/BitReverse.h"
 #include "Kob/Export.h"
 #include "Kob/HashMapGeneric.h"

@@ -25,14 +25,13 @@
 // touching an entry, and a walk skips empty buckets eight at a time.
 
 #include <bit>
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 
 #include "Kob/Export.h"
 #include "Kob/PtrInterface.h"
-#include "Kob/String8.h"
+#include "Kob/String8.h"  // IWYU pragma: export
 
 namespace Kob {
 

@@ -10,9 +10,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "Kob/Assert.h"
 #include "Kob/Export.h"
-#include "Kob/PtrInterface.h"
+#include "Kob/PtrInterface.h"  // IWYU pragma: keep; of the members
 
 namespace Kob {
 

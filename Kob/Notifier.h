@@ -23,7 +23,6 @@
 // The one thing that is not promised: a member that was removed during the walk but is held by
 // somebody is still called.
 
-#include <utility>
 
 #include "Kob/Exception.h"
 #include "Kob/Export.h"

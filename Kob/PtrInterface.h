@@ -16,7 +16,6 @@
 #include <typeinfo>
 #include <utility>
 
-#include "Kob/Assert.h"
 #include "Kob/Export.h"
 #include "Kob/ReferenceWord.h"
 #include "Kob/Slab.h"

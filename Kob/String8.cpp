@@ -1,10 +1,11 @@
 #include "Kob/String8.h"
 
 #include <cstddef>
-#include <cstring>
 #include <new>
 #include <ostream>
 #include <utility>
+
+#include "Kob/ReferenceWord.h"
 
 namespace Kob {
 

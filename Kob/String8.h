@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include "Kob/Export.h"
-#include "Kob/ReferenceWord.h"
 
 namespace Kob {
 

@@ -6,7 +6,6 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <string>
 #include <utility>
 
 namespace Kob {

@@ -9,7 +9,6 @@
 #include "agent/CommandError.h"
 #include "agent/InterfaceName.h"
 #include "agent/TypeListing.h"
-#include "agent/ValueText.h"
 
 namespace Agent {
 namespace {

@@ -1,10 +1,8 @@
 #include "agent/FrameworkAttribute.h"
 
 #include <tuple>
-#include <utility>
 
 #include "FyrL3Intf/FyrL3IntfSm.h"
-#include "Kob/Described.h"
 #include "Kob/GenericIfException.h"
 
 namespace Agent {

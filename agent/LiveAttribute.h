@@ -7,7 +7,6 @@
 // original: what is changed here is written back under its key.
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Kob/GenericIf.h"

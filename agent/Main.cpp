@@ -4,6 +4,7 @@
 #include <exception>
 #include <string>
 
+#include "agent/ExitCode.h"
 #include "agent/Interrupt.h"
 #include "agent/Options.h"
 #include "agent/Output.h"

@@ -9,6 +9,7 @@
 #include "agent/Commands.h"
 #include "agent/ConfigurationPatch.h"
 #include "agent/Document.h"
+#include "agent/ExitCode.h"
 #include "agent/LineReader.h"
 #include "agent/Printer.h"
 #include "agent/Session.h"

@@ -2,7 +2,6 @@
 
 // A run of the program, from the documents to the exit code.
 
-#include "agent/ExitCode.h"
 #include "agent/Options.h"
 
 namespace Agent {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <utility>
 
 #include "agent/CommandError.h"
 #include "agent/Completion.h"

@@ -2,11 +2,8 @@
 
 // The shell: a session on a live library, command by command.
 
-#include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "agent/Options.h"
 #include "agent/ShellCommands.h"

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <utility>
 #include <vector>
 
 #include "Kob/Trace.h"
@@ -13,7 +12,6 @@
 #include "agent/ConfigurationPatch.h"
 #include "agent/Document.h"
 #include "agent/Text.h"
-#include "agent/TypeListing.h"
 #include "agent/ValueText.h"
 
 namespace Agent {

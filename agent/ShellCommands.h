@@ -5,7 +5,6 @@
 
 #include <functional>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "agent/LiveAttribute.h"

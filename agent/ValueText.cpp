@@ -3,11 +3,12 @@
 #include <optional>
 #include <utility>
 
-#include "FyrL3Intf/FyrL3IntfSm.h"
 #include "Kob/GenericValue.h"
 #include "agent/CommandError.h"
 #include "agent/Refusal.h"
 #include "agent/Text.h"
+#include "platform/L3Id.h"
+#include "platform/VlanId.h"
 
 namespace Agent {
 namespace {

@@ -4,7 +4,6 @@
 // operator sets, or pinned to a port by name; a port keeps what it has for as long as it is routed.
 
 #include <map>
-#include <set>
 #include <string>
 #include <vector>
 

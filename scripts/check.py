@@ -262,6 +262,7 @@ def check(extent):
             tally.step("TSan: tests", run_tests("tsan", programs=["KobTest"], only="*Thread*"))
         build_and_test(tally, "clang", "clang")
         build_and_test(tally, "clang 14 -O3", "clang-14")
+        tally.step("includes are used", lambda: run("scripts/includes.py", BUILD / "clang-14"))
         build_and_test(tally, "-O2", "O2")
         tally.step("model: 100,000 sequences", long_model)
         build_and_test(tally, "-O3", "O3")

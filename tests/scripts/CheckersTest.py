@@ -19,6 +19,7 @@ import coverage  # pylint: disable=wrong-import-position
 import exports  # pylint: disable=wrong-import-position
 import fatals  # pylint: disable=wrong-import-position
 import headers  # pylint: disable=wrong-import-position
+import includes  # pylint: disable=wrong-import-position
 import layers  # pylint: disable=wrong-import-position
 import slots  # pylint: disable=wrong-import-position
 import trees  # pylint: disable=wrong-import-position
@@ -67,6 +68,42 @@ class Layers(InTree):
 
     def test_the_host_may_use_other_libraries(self):
         self.assertEqual(self.faults_of("agent/A.h", "<nlohmann/json.hpp>"), [])
+
+
+class Includes(InTree):
+    SOURCE = '#include "agent/A.h"\n\n#include <string>\n\nstd::string f(int x) { return std::to_string(x); }\n'
+    HEADER = "#pragma once\n\n#include <string>\n\nstd::string f(int x);\n"
+
+    def faults_of(self, source=SOURCE, header=HEADER):
+        place = self.write("agent/A.cpp", source)
+        self.write("agent/A.h", header)
+        entries = [{"file": str(place), "command": f"clang++-14 -std=c++20 -I{self.root} -o A.o -c {place}"}]
+        self.write("compile_commands.json", json.dumps(entries))
+        return includes.faults(self.root, self.root)
+
+    def test_includes_that_are_used_are_right(self):
+        self.assertEqual(self.faults_of(), [])
+
+    def test_an_include_of_a_source_that_nothing_uses_is_a_fault(self):
+        source = self.SOURCE.replace("#include <string>\n", "#include <string>\n#include <vector>\n")
+        self.assertEqual(self.faults_of(source=source), ["agent/A.cpp:4: <vector> is not used"])
+
+    def test_an_include_of_a_header_that_only_its_source_uses_is_a_fault(self):
+        header = self.HEADER.replace("#include", "#include <vector>\n#include")
+        source = f"{self.SOURCE}std::vector<int> g;\n"
+        self.assertEqual(self.faults_of(source, header), ["agent/A.h:3: <vector> is not used"])
+
+    def test_a_use_that_the_tool_does_not_see_is_one(self):
+        header = f"{self.HEADER}struct S {{ int x; auto operator<=>(const S&) const = default; }};\n"
+        header = header.replace("#include", "#include <compare>\n#include")
+        self.assertEqual(self.faults_of(header=header), [])
+        header = header.replace("auto operator<=>(const S&) const = default;", "")
+        self.assertEqual(self.faults_of(header=header), ["agent/A.h:3: <compare> is not used"])
+
+    def test_a_file_that_cannot_be_read_is_a_fault(self):
+        (fault,) = self.faults_of(source='#include "agent/Missing.h"\n')
+        self.assertIn("agent/A.cpp cannot be read:\n", fault)
+        self.assertIn("'agent/Missing.h' file not found", fault)
 
 
 class Headers(InTree):

@@ -1,0 +1,92 @@
+#!/usr/bin/env python3
+"""Finds includes that their file does not use, with include-what-you-use.
+
+    scripts/includes.py BUILD [ROOT]     BUILD holds compile_commands.json, of the clang that the tool is built on
+
+Each header is looked at by itself, so that what its source includes hides nothing. What the tool misses that a file
+should include is left to the compiler: headers bring what their own declarations need.
+"""
+
+import concurrent.futures
+import json
+import os
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+
+FOLDERS = ["Kob", "platform", "FyrL3Intf", "agent"]
+TOOL = ["include-what-you-use", "-w", "-fsyntax-only"]
+for option in ("--mapping_file=/usr/share/include-what-you-use/iwyu.gcc.imp", "--no_fwd_decls", "--cxx17ns"):
+    TOOL += ["-Xiwyu", option]
+# What uses a header though the tool does not see it: macros, templates that are not instantiated, default members.
+UNSEEN = {
+    "<CLI/CLI.hpp>": r"\bCLI::",
+    "<algorithm>": r"std::ranges::\w+\(",
+    "<chrono>": r"\bchrono\b",
+    "<compare>": r"<=>",
+    "<concepts>": r"std::(integral|same_as|derived_from|convertible_to|constructible_from)\b",
+    "<csignal>": r"\b(SIG[A-Z]+|WIFSIGNALED|WTERMSIG)\b",
+    "<functional>": r"std::(hash|function)\b",
+    "<iostream>": r"std::c(out|err)\b",
+    "<memory>": r"std::(unique_ptr|construct_at|destroy_at|addressof)\b",
+    "<nlohmann/json.hpp>": r"\b(ordered_)?json\b",
+    "<ostream>": r"<<",
+    "<sstream>": r"stringstream\b|\bKOB_TRACE\b",
+    "<streambuf>": r"std::streambuf\b",
+    "<sys/mman.h>": r"\bmemfd_create\b",
+    "<type_traits>": r"std::\w+_(v|t)\b|std::\w+_cvref\b",
+    "<utility>": r"std::(move|forward|pair|exchange|swap|declval|index_sequence|in_range|as_const)\b",
+    '"Kob/Assert.h"': r"\b(KOB_ASSERT\w*|assert\w+)\(",
+    '"Kob/Described.h"': r"\bDescribed<|\bPUBLISH",
+}
+
+
+def commands_of(build, root):
+    """Each source with its compiler's options; each header of a folder with those of a source beside it."""
+    found = {}
+    options = {}
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        source = pathlib.Path(entry["file"])
+        if source.is_relative_to(root) and source.relative_to(root).parts[0] in FOLDERS:
+            words = shlex.split(entry["command"])
+            found[source.relative_to(root)] = options[source.parent] = words[1 : words.index("-o")]
+    for folder, words in options.items():
+        for header in folder.glob("*.h"):
+            found[header.relative_to(root)] = ["-x", "c++", *words]
+    return found
+
+
+def unused(root, file, options):
+    """The complaints about the includes of a file."""
+    command = [*TOOL, *options, file]
+    told = subprocess.run(command, cwd=root, stderr=subprocess.PIPE, text=True, check=False).stderr
+    if " error: " in told or "has correct #includes" not in told and "The full include-list" not in told:
+        return [f"{file} cannot be read:\n{told}"]
+    text = (root / file).read_text()
+    code = re.sub(r"^#include .*", "", text, flags=re.MULTILINE)
+    complaints = []
+    removed = re.search(rf"^{re.escape(str(file))} should remove these lines:\n((?:- .*\n)*)", told, re.MULTILINE)
+    for header in re.findall(r"^- #include (\S+)", removed.group(1) if removed else "", re.MULTILINE):
+        if header not in UNSEEN or not re.search(UNSEEN[header], code):
+            line = text[: text.index(f"#include {header}")].count("\n") + 1
+            complaints.append(f"{file}:{line}: {header} is not used")
+    return complaints
+
+
+def faults(build, root):
+    """The complaints about all files, in order."""
+    with concurrent.futures.ThreadPoolExecutor(len(os.sched_getaffinity(0))) as pool:
+        jobs = [pool.submit(unused, root, file, options) for file, options in sorted(commands_of(build, root).items())]
+        return [fault for job in jobs for fault in job.result()]
+
+
+def main():
+    found = faults(pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2] if len(sys.argv) > 2 else ".").resolve())
+    print("\n".join(found), end="\n" if found else "")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
