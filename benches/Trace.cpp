@@ -11,25 +11,26 @@ namespace Benches {
 
 namespace {
 
-/// As source files have it, one facility each.
+/// As source files have it, one facility each, made at load.
 template <int file>
-const Kob::TraceHandle& trace() {
+const Kob::TraceHandle& traceHandle() {
   static const Kob::TraceHandle handle(("Benches" + std::to_string(file)).c_str(), false);
   return handle;
 }
+template <int file>
+const Kob::TraceHandle& trace = traceHandle<file>();
 
 constexpr std::size_t rounds = 250;
 
 template <int file>
 void point(std::size_t round) {
-  KOB_TRACE(trace<file>(), 7, "<unknown>", "point", "point " << round);
+  KOB_TRACE(trace<file>, 7, "<unknown>", "point", "point " << round);
   benchmark::ClobberMemory();  // or the compiler counts them all at once
 }
 
 // In turn over four facilities, so that no count waits for the store of the one before.
 void pointsOff(benchmark::State& state) {
-  // Found by their names at first use.
-  for (const auto* handle : {&trace<0>(), &trace<1>(), &trace<2>(), &trace<3>()}) {
+  for (const auto* handle : {&trace<0>, &trace<1>, &trace<2>, &trace<3>}) {
     handle->facility().onIs(false);
   }
   const Count count;
