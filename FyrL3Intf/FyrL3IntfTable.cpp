@@ -66,13 +66,15 @@ Table::~Table() { notifiees_.deleteAll(); }
 
 L3Id Table::intfIdToL3Id(Plexo::IntfId intfId) const {
   const L3Id l3Id = intfL3Index(intfId);
-  KOB_TRACE(trace, 7, "<unknown>", "intfIdToL3Id", "intfIdToL3Id( " << intfId << " ) is " << l3Id);
+  KOB_TRACE_COPYING(trace, 7, "<unknown>", "intfIdToL3Id",
+                    "intfIdToL3Id( " << intfId << " ) is " << l3Id);
   return l3Id;
 }
 
 Plexo::IntfId Table::l3IdToIntfId(const L3Id& l3Id) const {
   const Plexo::IntfId intfId = routedPortName(l3Id);
-  KOB_TRACE(trace, 7, "<unknown>", "l3IdToIntfId", "l3IdToIntfId( " << l3Id << " ) is " << intfId);
+  KOB_TRACE_COPYING(trace, 7, "<unknown>", "l3IdToIntfId",
+                    "l3IdToIntfId( " << l3Id << " ) is " << intfId);
   return intfId;
 }
 

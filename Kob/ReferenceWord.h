@@ -53,9 +53,9 @@ class KOB_EXPORT ReferenceWord {
 
   /// Counts one reference more. A count that would flow into the flags is fatal.
   [[gnu::always_inline]] void inc() noexcept {
-    const std::uint32_t before =
-        threadSafe ? atomic().fetch_add(1, std::memory_order_relaxed) : word_++;
-    KOB_ASSERT((before & countMask) != countMask, "references() < 0x1FFFFFFF",
+    const std::uint32_t after =
+        threadSafe ? atomic().fetch_add(1, std::memory_order_relaxed) + 1 : ++word_;
+    KOB_ASSERT((after & countMask) != 0, "references() < 0x1FFFFFFF",
                "void Kob::ReferenceWord::inc()");
   }
 
