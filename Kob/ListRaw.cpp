@@ -13,14 +13,14 @@ constinit std::vector<void*>* spare = nullptr;
 
 }  // namespace
 
-SnapshotRoom::Block* SnapshotRoom::borrow(std::size_t size) {
+HeapRoom::Block* HeapRoom::borrow(std::size_t members) {
   std::unique_ptr<Block> block(std::exchange(spare, nullptr));
   if (!block) block = std::make_unique<Block>();
-  if (block->size() < size) block->resize(size);
+  if (block->size() < members) block->resize(members);
   return block.release();
 }
 
-void SnapshotRoom::giveBack(Block* block) noexcept {
+void HeapRoom::giveBack(Block* block) noexcept {
   const std::unique_ptr<Block> second(spare);
   spare = block;
 }

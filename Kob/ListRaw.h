@@ -88,51 +88,53 @@ class KOB_EXPORT ListRaw {
   T* tail_ = nullptr;
 };
 
-/// Room for the pointers of a snapshot. Up to `inlineSize` of them are in the object itself, so
-/// that a walk over few notifiees allocates nothing; more are on the heap, in a block that the next
-/// walk uses again. One walk inside the other has a block of its own.
-class KOB_EXPORT SnapshotRoom {
+/// Room for the pointers of a small snapshot, in the walk itself: it allocates nothing.
+class KOB_EXPORT InlineRoom {
  public:
-  static constexpr std::size_t inlineSize = 16;
+  static constexpr std::size_t size = 16;
 
-  explicit SnapshotRoom(std::size_t size)
-      : block_(size <= inlineSize ? nullptr : borrow(size)),
-        cells_(block_ == nullptr ? nullptr : block_->data()) {}
-  SnapshotRoom(const SnapshotRoom&) = delete;
-  SnapshotRoom& operator=(const SnapshotRoom&) = delete;
-  ~SnapshotRoom() {
-    if (block_ != nullptr) giveBack(block_);
-  }
+  explicit InlineRoom(std::size_t /*members*/) noexcept {}
 
-  [[nodiscard]] void* operator[](std::size_t at) const noexcept {
-    return cells_ == nullptr ? inline_[at] : cells_[at];
-  }
-  void cellIs(std::size_t at, void* pointer) noexcept {
-    (cells_ == nullptr ? inline_[at] : cells_[at]) = pointer;
-  }
+  [[nodiscard]] void* operator[](std::size_t at) const noexcept { return cells_[at]; }
+  void cellIs(std::size_t at, void* pointer) noexcept { cells_[at] = pointer; }
+
+ private:
+  void* cells_[size];
+};
+
+/// Room for as many pointers as there are, on the heap, in a block that the next walk uses again.
+/// One walk inside the other has a block of its own.
+class KOB_EXPORT HeapRoom {
+ public:
+  explicit HeapRoom(std::size_t members) : block_(borrow(members)), cells_(block_->data()) {}
+  HeapRoom(const HeapRoom&) = delete;
+  HeapRoom& operator=(const HeapRoom&) = delete;
+  ~HeapRoom() { giveBack(block_); }
+
+  [[nodiscard]] void* operator[](std::size_t at) const noexcept { return cells_[at]; }
+  void cellIs(std::size_t at, void* pointer) noexcept { cells_[at] = pointer; }
 
  private:
   using Block = std::vector<void*>;
 
-  // Static, and the cells are chosen at each access: a room that gave its own address away would
-  // keep the walk's position from standing in a register.
-  static Block* borrow(std::size_t size);
+  // Static: a room that gave its own address away would keep the walk's position from standing in
+  // a register.
+  static Block* borrow(std::size_t members);
   static void giveBack(Block* block) noexcept;
 
   Block* block_;
-  // The block's, or null when the cells are those of the room itself.
-  void** cells_;
-  void* inline_[inlineSize];
+  void** cells_;  // the block's
 };
 
-template <class List>
+/// REQUIRES: the members fit into the room.
+template <class List, class Room = HeapRoom>
 class SnapshotIterator;
 
 /// Walks the members that the list had when the iterator was made, in list order, holding each of
 /// them until it has been visited. A member that nobody but the snapshot holds any more when its
 /// turn comes is skipped: it was taken from the list and dropped while the walk was under way.
-template <class T>
-class SnapshotIterator<ListRaw<T>> {
+template <class T, class Room>
+class SnapshotIterator<ListRaw<T>, Room> {
  public:
   explicit SnapshotIterator(const ListRaw<T>& list) : members_(list.members()), room_(members_) {
     std::size_t at = 0;
@@ -168,7 +170,7 @@ class SnapshotIterator<ListRaw<T>> {
 
   std::size_t members_;
   std::size_t at_ = 0;
-  SnapshotRoom room_;
+  Room room_;
 };
 
 }  // namespace Kob

@@ -23,7 +23,6 @@
 // The one thing that is not promised: a member that was removed during the walk but is held by
 // somebody is still called.
 
-
 #include "Kob/Exception.h"
 #include "Kob/Export.h"
 #include "Kob/ListRaw.h"
@@ -50,10 +49,10 @@ template <class T, class Call>
 }
 
 /// The walk over a snapshot of a list that has members.
-template <class T, class Call>
+template <class Room, class T, class Call>
 [[gnu::noinline]] void announceToAll(const ListRaw<T>& list, AttributeId id, const Call& call) {
   const Expect* const outer = Expect::innermost();
-  for (SnapshotIterator<ListRaw<T>> notifiee(list); notifiee; ++notifiee) {
+  for (SnapshotIterator<ListRaw<T>, Room> notifiee(list); notifiee; ++notifiee) {
     callIsolated(*notifiee, id, call, outer);
   }
 }
@@ -61,12 +60,13 @@ template <class T, class Call>
 /// Calls `call(notifiee)` for each member of the list; `id` is the attribute id under which an
 /// exception out of the call is told. Does nothing, and copies nothing, when the list is empty; the
 /// snapshot of one member is a reference to it (measured: half the time of the walk). Throws
-/// std::bad_alloc, and has called nobody, when there are more than SnapshotRoom::inlineSize and no
-/// memory to note them. What is announced stands by then, and can be announced again.
+/// std::bad_alloc, and has called nobody, when there are more than InlineRoom::size and no memory
+/// to note them. What is announced stands by then, and can be announced again.
 template <class T, class Call>
 void announce(const ListRaw<T>& list, AttributeId id, const Call& call) {
   if (list.members() == 0) return;
-  if (list.members() > 1) return announceToAll(list, id, call);
+  if (list.members() > InlineRoom::size) return announceToAll<HeapRoom>(list, id, call);
+  if (list.members() > 1) return announceToAll<InlineRoom>(list, id, call);
   const Ptr<T> only(list.head());
   callIsolated(*only, id, call, Expect::innermost());
 }

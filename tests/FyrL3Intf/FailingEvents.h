@@ -46,7 +46,7 @@ class Reader : public Table::NotifieeConst {
 /// More readers of the table than are announced to without memory for the list of them.
 inline std::vector<Kob::Ptr<Reader>> manyReadersOf(const Kob::Ptr<Table>& table) {
   std::vector<Kob::Ptr<Reader>> readers;
-  while (readers.size() <= Kob::SnapshotRoom::inlineSize) {
+  while (readers.size() <= Kob::InlineRoom::size) {
     readers.push_back(joined(Kob::Ptr(new Reader), table));
   }
   return readers;

@@ -59,7 +59,7 @@ void giveUpTheBlockOfTheWalks() {
   } while (!failingAfter(0, [&] { source->valueNotify(1); }).failed);
 }
 
-constexpr std::size_t many = Kob::SnapshotRoom::inlineSize + 1;
+constexpr std::size_t many = Kob::InlineRoom::size + 1;
 
 TEST(AnnouncementOutOfMemory, CallsNobodyWhenThereAreTooManyToNoteThem) {
   for (const Failing mode : {Failing::once, Failing::fromThereOn}) {
