@@ -150,7 +150,8 @@ def qualified(cursor):
     """The name of a function or variable, with its class."""
     name = cursor.spelling if cursor.spelling.startswith("operator") else re.sub("<.*", "", cursor.spelling)
     parent = cursor.semantic_parent
-    return name if parent.kind == CursorKind.NAMESPACE else f"{parent.spelling}::{name}"
+    outside = (CursorKind.NAMESPACE, CursorKind.TRANSLATION_UNIT)
+    return name if parent.kind in outside else f"{parent.spelling}::{name}"
 
 
 class Node:

@@ -2,17 +2,14 @@
 """What scripts/bench.py makes of measurements: names, medians, verdicts."""
 
 import json
-import pathlib
 import re
 import subprocess
 import sys
 import unittest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "scripts"))
-sys.dont_write_bytecode = True
+from trees import ROOT  # first: it finds the scripts
 
-import bench  # pylint: disable=wrong-import-position
+import bench
 
 RATIO = {"family": "lookup", "case": "independent", "against": "std", "unit": "ns", "goals": {}}
 NO_ALLOCATION = {"family": "wish", "case": "flap", "unit": "allocationsPerItem", "goals": {}}

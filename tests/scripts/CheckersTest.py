@@ -7,23 +7,20 @@ import json
 import os
 import pathlib
 import subprocess
-import sys
 import unittest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "scripts"))
-sys.dont_write_bytecode = True
+import trees  # first: it finds the scripts
+from trees import ROOT
 
-import check  # pylint: disable=wrong-import-position
-import coverage  # pylint: disable=wrong-import-position
-import exports  # pylint: disable=wrong-import-position
-import fatals  # pylint: disable=wrong-import-position
-import headers  # pylint: disable=wrong-import-position
-import includes  # pylint: disable=wrong-import-position
-import layers  # pylint: disable=wrong-import-position
-import slots  # pylint: disable=wrong-import-position
-import trees  # pylint: disable=wrong-import-position
-import typenames  # pylint: disable=wrong-import-position
+import check
+import coverage
+import exports
+import fatals
+import headers
+import includes
+import layers
+import slots
+import typenames
 
 
 class InTree(trees.InTree):

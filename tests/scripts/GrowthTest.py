@@ -6,16 +6,13 @@ import io
 import json
 import pathlib
 import subprocess
-import sys
 import tempfile
 import unittest
 import unittest.mock
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "scripts"))
-sys.dont_write_bytecode = True
+import trees  # first: it finds the scripts
 
-import growth  # pylint: disable=wrong-import-position
+import growth
 
 PROGRAM = """
 #include <valgrind/callgrind.h>

@@ -8,20 +8,17 @@ import contextlib
 import io
 import json
 import os
-import pathlib
 import shutil
 import subprocess
 import sys
 import unittest
 import unittest.mock
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "scripts"))
-sys.dont_write_bytecode = True
+import trees  # first: it finds the scripts
+from trees import ROOT
 
-import check  # pylint: disable=wrong-import-position
-import planted  # pylint: disable=wrong-import-position
-import trees  # pylint: disable=wrong-import-position
+import check
+import planted
 
 
 class InTree(trees.InTree):

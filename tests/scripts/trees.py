@@ -1,8 +1,13 @@
-"""What the tests of the scripts share: a tree of their own."""
+"""What the tests of the scripts share: the scripts, and a tree of their own."""
 
 import pathlib
+import sys
 import tempfile
 import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "scripts"))
+sys.dont_write_bytecode = True
 
 
 class InTree(unittest.TestCase):
