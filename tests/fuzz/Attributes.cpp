@@ -76,8 +76,9 @@ class Life {
     const Wrapper arg = tree(2);
     const Wrapper value = tree(2);
     const auto action = [&] { return outcome(wrapper, id, operation, arg, value); };
-    const bool isDangerous = std::ranges::count(surface.dangerous, id) > 0 && !readOnly;
-    if (isDangerous && arg && (operation == callOp || operation == writeOp) && dies(action)) return;
+    const bool isDangerous = std::ranges::count(surface.dangerous, id) > 0;
+    const bool isDone = operation == callOp || (operation == writeOp && !readOnly);
+    if (isDangerous && arg && isDone && dies(action)) return;
     check(surface, readOnly, id, operation, action);
   }
 
