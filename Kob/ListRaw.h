@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "Kob/Assert.h"
 #include "Kob/Export.h"
 #include "Kob/PtrInterface.h"  // IWYU pragma: keep; of the members
 
@@ -93,7 +94,10 @@ class KOB_EXPORT InlineRoom {
  public:
   static constexpr std::size_t size = 16;
 
-  explicit InlineRoom(std::size_t /*members*/) noexcept {}
+  /// REQUIRES: members <= size; more are fatal.
+  explicit InlineRoom(std::size_t members) noexcept {
+    KOB_ASSERT(members <= size, "members <= size", "Kob::InlineRoom::InlineRoom(std::size_t)");
+  }
 
   [[nodiscard]] void* operator[](std::size_t at) const noexcept { return cells_[at]; }
   void cellIs(std::size_t at, void* pointer) noexcept { cells_[at] = pointer; }
@@ -103,7 +107,7 @@ class KOB_EXPORT InlineRoom {
 };
 
 /// Room for as many pointers as there are, on the heap, in a block that the next walk uses again.
-/// One walk inside the other has a block of its own.
+/// One walk inside the other has a block of its own. Throws std::bad_alloc when there is no memory.
 class KOB_EXPORT HeapRoom {
  public:
   explicit HeapRoom(std::size_t members) : block_(borrow(members)), cells_(block_->data()) {}
@@ -126,7 +130,6 @@ class KOB_EXPORT HeapRoom {
   void** cells_;  // the block's
 };
 
-/// REQUIRES: the members fit into the room.
 template <class List, class Room = HeapRoom>
 class SnapshotIterator;
 

@@ -106,9 +106,8 @@ struct TracePoint {
 /// Formats the message with `write(stream)` and writes the record. Out of line, so that a function
 /// whose trace point is off has no room for the stream to make (measured: a third of a look-up).
 template <class Write>
-[[gnu::noinline, gnu::cold]] void traceMessage(const TraceFacility& facility,
-                                               const TracePoint& point, unsigned level,
-                                               bool enabled, Write write) {
+[[gnu::noinline, gnu::cold]] void traceMessage(const TraceFacility& facility, TracePoint point,
+                                               unsigned level, bool enabled, Write write) {
   std::stringstream message;
   message.precision(tracePrecision);
   write(message);
@@ -118,27 +117,27 @@ template <class Write>
 
 }  // namespace Kob
 
-/// A trace point: `message` is a chain of stream insertions without the leading stream; `context`
-/// and `function` are constants.
+/// A trace point: the message, which comes last, is a chain of stream insertions without the
+/// leading stream.
 ///   KOB_TRACE(trace(), 7, "<unknown>", "weight", "weight( " << name << " )");
 /// Checks in this order: is the facility on (and counts), is the level on, is there a coverage
-/// stream. Formats nothing, and evaluates nothing of `message`, when all say no.
-#define KOB_TRACE(handle, level, context, function, message) \
-  KOB_TRACE_CAPTURING(&, handle, level, context, function, message)
+/// stream. Formats nothing, and evaluates nothing of the message, when all say no.
+#define KOB_TRACE(handle, level, context, function, ...) \
+  KOB_TRACE_CAPTURING(&, handle, level, context, function, __VA_ARGS__)
 
-/// The same with a message that copies the variables that it names, when it is formatted: for
-/// functions in which they are to stand in registers until then. It names no members.
-#define KOB_TRACE_COPYING(handle, level, context, function, message) \
-  KOB_TRACE_CAPTURING(=, handle, level, context, function, message)
+/// The same with a message that names copies of local variables, which are made when it is
+/// formatted: for functions in which the variables are to stand in registers until then. It names
+/// no members.
+#define KOB_TRACE_COPYING(handle, level, context, function, ...) \
+  KOB_TRACE_CAPTURING(=, handle, level, context, function, __VA_ARGS__)
 
-#define KOB_TRACE_CAPTURING(how, handle, level, context, function, message)                       \
-  do {                                                                                            \
-    ::Kob::TraceFacility& kobFacility = (handle).facility();                                      \
-    const bool kobEnabled = kobFacility.checked(level);                                           \
-    if (kobEnabled || ::Kob::coverageStream_ != nullptr) [[unlikely]] {                           \
-      static constexpr ::Kob::TracePoint kobPoint{context, ::Kob::sourceName(__FILE__), __LINE__, \
-                                                  function};                                      \
-      ::Kob::traceMessage(kobFacility, kobPoint, level, kobEnabled,                               \
-                          [how](::std::ostream& kobStream) { kobStream << message; });            \
-    }                                                                                             \
+#define KOB_TRACE_CAPTURING(how, handle, level, context, function, ...)                            \
+  do {                                                                                             \
+    ::Kob::TraceFacility& kobFacility = (handle).facility();                                       \
+    const bool kobEnabled = kobFacility.checked(level);                                            \
+    if (kobEnabled || ::Kob::coverageStream_ != nullptr) [[unlikely]] {                            \
+      ::Kob::traceMessage(kobFacility, {context, ::Kob::sourceName(__FILE__), __LINE__, function}, \
+                          level, kobEnabled,                                                       \
+                          [how](::std::ostream& kobStream) { kobStream << __VA_ARGS__; });         \
+    }                                                                                              \
   } while (false)

@@ -5,7 +5,10 @@
 #include <cstdint>
 #include <numeric>
 #include <string>
+#include <type_traits>
 #include <vector>
+
+#include "tests/Kob/Fatal.h"
 
 namespace KobTest {
 
@@ -29,7 +32,6 @@ namespace {
 
 using Kob::Ptr;
 using Guests = Kob::ListRaw<Guest>;
-using Snapshot = Kob::SnapshotIterator<Guests>;
 using Numbers = std::vector<int>;
 
 constexpr int most = 6;
@@ -65,6 +67,7 @@ Numbers members(const Guests& list) {
   return numbers;
 }
 
+template <class Snapshot>
 Numbers rest(Snapshot& snapshot) {
   Numbers numbers;
   for (; snapshot; ++snapshot) numbers.push_back(snapshot->number());
@@ -84,7 +87,14 @@ class ListRawTest : public testing::Test {
  protected:
   void TearDown() override { EXPECT_EQ(Guest::alive, 0); }
 };
-using SnapshotIterator = ListRawTest;
+/// With either room.
+template <class Room>
+class SnapshotIterator : public ListRawTest {
+ protected:
+  using Snapshot = Kob::SnapshotIterator<Guests, Room>;
+};
+using Rooms = testing::Types<Kob::InlineRoom, Kob::HeapRoom>;
+TYPED_TEST_SUITE(SnapshotIterator, Rooms);
 
 TEST_F(ListRawTest, IsEmptyAtFirst) {
   const Guests list;
@@ -149,18 +159,18 @@ TEST_F(ListRawTest, DeletingAllUnlinksEveryMember) {
   EXPECT_EQ(members(party.list), Numbers{1});
 }
 
-TEST_F(SnapshotIterator, VisitsTheMembersInListOrder) {
+TYPED_TEST(SnapshotIterator, VisitsTheMembersInListOrder) {
   for (int count = 0; count <= most; ++count) {
     const Party party(count);
-    Snapshot snapshot(party.list);
+    typename TestFixture::Snapshot snapshot(party.list);
     EXPECT_EQ(rest(snapshot), numbersWithout(count, 0));
     EXPECT_FALSE(snapshot);
   }
 }
 
-TEST_F(SnapshotIterator, HoldsEachMemberUntilItHasBeenVisited) {
+TYPED_TEST(SnapshotIterator, HoldsEachMemberUntilItHasBeenVisited) {
   const Party party(3);
-  Snapshot snapshot(party.list);
+  typename TestFixture::Snapshot snapshot(party.list);
   for (int visiting = 0; visiting < 3; ++visiting, ++snapshot) {
     for (int number = 0; number < 3; ++number) {
       EXPECT_EQ(party.at(number)->references(), number < visiting ? 1U : 2U);
@@ -169,14 +179,14 @@ TEST_F(SnapshotIterator, HoldsEachMemberUntilItHasBeenVisited) {
   EXPECT_EQ(party.at(2)->references(), 1U);
 }
 
-TEST_F(SnapshotIterator, SkipsAndReleasesThoseThatWereRemovedAndDropped) {
+TYPED_TEST(SnapshotIterator, SkipsAndReleasesThoseThatWereRemovedAndDropped) {
   for (int count = 1; count <= most; ++count) {
     for (int at = 0; at < count; ++at) {
       for (unsigned dropped = 0; dropped < (1U << count); ++dropped) {
         SCOPED_TRACE(std::to_string(count) + " members, place " + std::to_string(at) +
                      ", dropped " + std::to_string(dropped));
         Party party(count);
-        Snapshot snapshot(party.list);
+        typename TestFixture::Snapshot snapshot(party.list);
         for (int step = 0; step < at; ++step) ++snapshot;
         for (int number = 0; number < count; ++number) {
           if (((dropped >> number) & 1U) != 0) party.removeAndDrop(number);
@@ -191,42 +201,50 @@ TEST_F(SnapshotIterator, SkipsAndReleasesThoseThatWereRemovedAndDropped) {
   }
 }
 
-TEST_F(SnapshotIterator, VisitsThoseThatWereRemovedWhileSomebodyHoldsThem) {
+TYPED_TEST(SnapshotIterator, VisitsThoseThatWereRemovedWhileSomebodyHoldsThem) {
   Party party(3);
-  Snapshot snapshot(party.list);
+  typename TestFixture::Snapshot snapshot(party.list);
   party.list.deleteAll();
   EXPECT_EQ(rest(snapshot), (Numbers{0, 1, 2}));
 }
 
-TEST_F(SnapshotIterator, DoesNotVisitThoseThatJoinedLater) {
+TYPED_TEST(SnapshotIterator, DoesNotVisitThoseThatJoinedLater) {
   Party party(2);
-  Snapshot snapshot(party.list);
+  typename TestFixture::Snapshot snapshot(party.list);
   const Ptr<Guest> late(new Guest(9));
   party.list.newMember(late.get());
   EXPECT_EQ(rest(snapshot), (Numbers{0, 1}));
 }
 
-TEST_F(SnapshotIterator, WalksManyMembersOneWalkInsideTheOther) {
+TYPED_TEST(SnapshotIterator, WalksManyMembersOneWalkInsideTheOther) {
   for (const int count : {16, 17, 300, 40}) {
+    if (std::is_same_v<TypeParam, Kob::InlineRoom> && count > 16) break;
     Numbers all(static_cast<std::size_t>(count));
     std::iota(all.begin(), all.end(), 0);
     const Party party(count);
-    Snapshot outer(party.list);
+    typename TestFixture::Snapshot outer(party.list);
     ++outer;
-    Snapshot inner(party.list);
+    typename TestFixture::Snapshot inner(party.list);
     EXPECT_EQ(rest(inner), all);
     EXPECT_EQ(rest(outer), Numbers(all.begin() + 1, all.end()));
     EXPECT_EQ(party.at(count - 1)->references(), 1U);
   }
 }
 
-TEST_F(SnapshotIterator, GivesItsReferencesBackWhenAWalkIsGivenUp) {
+TYPED_TEST(SnapshotIterator, GivesItsReferencesBackWhenAWalkIsGivenUp) {
   const Party party(3);
   {
-    Snapshot snapshot(party.list);
+    typename TestFixture::Snapshot snapshot(party.list);
     ++snapshot;
   }
   for (int number = 0; number < 3; ++number) EXPECT_EQ(party.at(number)->references(), 1U);
+}
+
+TEST_F(ListRawTest, MoreMembersThanTheRoomHoldsAreFatal) {
+  const Party party(17);
+  using Snapshot = Kob::SnapshotIterator<Guests, Kob::InlineRoom>;
+  EXPECT_FATAL(Snapshot(party.list), "Kob/ListRaw.h", "Kob::InlineRoom::InlineRoom(std::size_t)",
+               "members <= size");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "tests/Kob/Fatal.h"
 
@@ -210,6 +211,44 @@ TEST_F(Trace, MessagesPrintNumbersWithPrecision12) {
   facility_.levelsUpToIs(7);
   KOB_TRACE(trace(), 7, "<unknown>", "operation", std::numbers::pi << ' ' << 2.0 / 3.0);
   EXPECT_THAT(records_.str(), HasSubstr(" operation 3.14159265359 0.666666666667\n"));
+}
+
+TEST_F(Trace, MessagesAndWhatTheyNameMayHoldCommas) {
+#define KOB_TEST_COMMA std::pair<int, int>(1, 2).first
+  facility_.levelsUpToIs(7);
+  KOB_TRACE(trace(), 7, "<unknown>", "operation",
+            KOB_TEST_COMMA << std::pair<int, int>(3, 4).first);
+  EXPECT_THAT(records_.str(), HasSubstr(" operation 13\n"));
+#undef KOB_TEST_COMMA
+}
+
+/// Counts its copies.
+struct Copied {
+  Copied() = default;
+  Copied(const Copied& /*other*/) { ++copies; }
+  Copied& operator=(const Copied&) = delete;
+  ~Copied() = default;
+
+  static inline int copies = 0;
+};
+std::ostream& operator<<(std::ostream& stream, const Copied&) { return stream << "copied"; }
+
+TEST_F(Trace, MessagesThatCopyDoSoOnlyWhenTheyAreFormatted) {
+  const Copied copied;
+  int number = 1;
+  const auto point = [&] {
+    KOB_TRACE_COPYING(trace(), 7, "<unknown>", "operation", copied << number);
+  };
+  Copied::copies = 0;
+  point();
+  EXPECT_EQ(Copied::copies, 0);
+  facility_.levelsUpToIs(7);
+  point();
+  EXPECT_GT(Copied::copies, 0);
+  number = 2;
+  point();
+  EXPECT_THAT(records_.str(), HasSubstr(" operation copied1\n"));
+  EXPECT_THAT(records_.str(), HasSubstr(" operation copied2\n"));
 }
 
 TEST_F(Trace, EachMessageBeginsWithAFreshStream) {
