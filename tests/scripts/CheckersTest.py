@@ -8,6 +8,7 @@ import os
 import pathlib
 import subprocess
 import unittest
+import unittest.mock
 
 import trees  # first: it finds the scripts
 from trees import ROOT
@@ -96,6 +97,26 @@ class Includes(InTree):
         self.assertEqual(self.faults_of(header=header), [])
         header = header.replace("auto operator<=>(const S&) const = default;", "")
         self.assertEqual(self.faults_of(header=header), ["agent/A.h:3: <compare> is not used"])
+
+    def test_a_use_in_a_comment_is_none(self):
+        header = self.HEADER.replace("#include", "#include <compare>\n#include") + "// Has no operator<=>.\n"
+        self.assertEqual(self.faults_of(header=header), ["agent/A.h:3: <compare> is not used"])
+
+    def test_a_folder_of_which_nothing_is_built_is_a_fault(self):
+        self.write("Kob/B.h", "#pragma once\n")
+        with self.assertRaisesRegex(SystemExit, "^no source of Kob in "):
+            self.faults_of()
+
+    def test_a_tool_that_does_not_look_is_a_fault(self):
+        tool = self.write("tool", "#!/bin/sh\necho '(agent/B.h has correct #includes/fwd-decls)' >&2\n", executable=True)
+        with unittest.mock.patch.object(includes, "TOOL", [tool]):
+            faults = self.faults_of()
+            self.assertEqual(len(faults), 2)
+            for file, fault in zip(["agent/A.cpp", "agent/A.h"], faults):
+                self.assertIn(f"{file} cannot be read:\n", fault)
+        tool.write_text("#!/bin/sh\nfor file; do :; done; echo \"($file has correct #includes)\" >&2; kill -SEGV $$\n")
+        with unittest.mock.patch.object(includes, "TOOL", [tool]):
+            self.assertEqual(len(self.faults_of()), 2)
 
     def test_a_file_that_cannot_be_read_is_a_fault(self):
         (fault,) = self.faults_of(source='#include "agent/Missing.h"\n')
