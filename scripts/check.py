@@ -273,7 +273,7 @@ def check(extent):
 
 def stop(*_):
     """Ends the commands that run, and what they started, before us."""
-    processes.stop(signal.SIGTERM)
+    processes.stop()
     raise KeyboardInterrupt
 
 

@@ -17,7 +17,6 @@ import time
 import mutate_build
 import mutate_source
 import mutate_tests
-import processes
 from mutate_build import ROOT, Unusable, say
 
 FOLDERS = ["Kob", "platform", "FyrL3Intf"]
@@ -194,7 +193,6 @@ def main():
         say(reason)
         return 125
     except KeyboardInterrupt:
-        processes.stop()
         return 130
 
 

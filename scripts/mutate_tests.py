@@ -8,6 +8,7 @@ import re
 import tempfile
 import time
 
+import processes
 from mutate_build import BUILD, COPY, JOBS, PROGRAMS, Unusable, say
 from processes import run
 
@@ -110,6 +111,7 @@ def in_parallel(title, function, items):
                     say(f"{title}: {number} of {len(futures)}, {time.monotonic() - begun:.0f} s")
         except BaseException:
             pool.shutdown(wait=False, cancel_futures=True)
+            processes.stop()
             raise
     return results
 

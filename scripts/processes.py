@@ -4,21 +4,36 @@ import os
 import signal
 import subprocess
 import threading
+import time
+
+PATIENCE = 10  # seconds for those that are told to stop, to end what they started elsewhere
 
 running = set()
 running_lock = threading.RLock()  # a signal may stop all while one is being entered
+stopped = threading.Event()
 
 
 def kill(process, how=signal.SIGKILL):
-    """Sends a signal to the command and to what it started."""
+    """Sends a signal to the command and to what it started; answers whether there is any of them left."""
     try:
         os.killpg(process.pid, how)
     except ProcessLookupError:
-        pass
+        return False
+    return True
+
+
+def ended(process):
+    """Waits for those that were told to stop, and ends what is left of a command."""
+    deadline = time.monotonic() + PATIENCE
+    while stopped.is_set() and kill(process, 0) and time.monotonic() < deadline:
+        process.poll()
+        time.sleep(0.02)
+    kill(process)
 
 
 def run(*command, seconds=None, **options):
-    """Runs a command, for that long at most; answers its return code (none if it took too long) and what it wrote."""
+    """Runs a command, for that long at most; answers its return code (none if it took too long) and what it wrote.
+    After `stop` it runs none any more."""
     with subprocess.Popen(
         [str(word) for word in command],
         stdin=subprocess.DEVNULL,
@@ -31,24 +46,26 @@ def run(*command, seconds=None, **options):
     ) as process:
         with running_lock:
             running.add(process)
+        if stopped.is_set():
+            kill(process, signal.SIGTERM)
         try:
             output = process.communicate(timeout=seconds)[0]
             code = process.returncode
         except subprocess.TimeoutExpired:
             output, code = "", None
         except BaseException:
-            kill(process, signal.SIGTERM)  # a build has children in groups of their own, and ends them
-            process.wait()
+            stop()
             raise
         finally:
-            kill(process)  # and what it left running
+            ended(process)
             with running_lock:
                 running.discard(process)
     return code, output
 
 
-def stop(how=signal.SIGKILL):
-    """Ends what still runs, in whichever thread."""
+def stop():
+    """Tells what still runs to end, in whichever thread, and what will be run."""
+    stopped.set()
     with running_lock:
         for process in list(running):
-            kill(process, how)
+            kill(process, signal.SIGTERM)

@@ -1,6 +1,7 @@
 """What the tests of the scripts share: the scripts, and a tree of their own."""
 
 import pathlib
+import signal
 import sys
 import tempfile
 import unittest
@@ -8,6 +9,8 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "scripts"))
 sys.dont_write_bytecode = True
+# Who is told to stop ends what it has started, as on Ctrl-C.
+signal.signal(signal.SIGTERM, signal.default_int_handler)
 
 
 class InTree(unittest.TestCase):
