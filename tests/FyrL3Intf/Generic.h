@@ -169,7 +169,8 @@ class GenericListener : public Kob::GenericIf::NotifieeConst {
   using Kob::GenericIf::NotifieeConst::onAttribute;
   using Kob::GenericIf::NotifieeConst::onNotificationException;
   void onAttribute(Kob::AttributeId id, const Kob::Ptr<const Kob::GenericIf>& key) override {
-    hears(std::to_string(id) + (key ? " " + stdText(key->strRep()) : ""));
+    const std::string attribute = std::to_string(id);
+    hears(key ? attribute + ' ' + stdText(key->strRep()) : attribute);
     onHeard();
   }
   void onNotificationException(Kob::AttributeId id) override {
