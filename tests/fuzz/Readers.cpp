@@ -2,6 +2,7 @@
 // each other go, and write to the inputs while those wait for their turn. When nothing waits any
 // more, the machine's self-check passes, and exactly those hold a wish who are configured to.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -74,7 +75,17 @@ class Life {
 
   void join(Kob::Ptr<TableListener>& reader) {
     reader = listenerOf(world_.table);
-    reader->onKey = [this](Plexo::IntfId intf) { react(intf); };
+    reader->onKey = [this, self = reader.get()](Plexo::IntfId intf) {
+      running_.push_back(self);
+      react(intf);
+      running_.pop_back();
+    };
+  }
+
+  /// One that runs goes later: its function must not go before that.
+  void drop(Kob::Ptr<TableListener>& reader) {
+    if (std::ranges::count(running_, reader.get()) > 0) kept_.push_back(reader);
+    reader = nullptr;
   }
 
   /// What a reader does inside its callback.
@@ -90,11 +101,9 @@ class Life {
         if (reader) reader->isRegisteredNotifieeIs(from_.flag());
         return;
       case 1:
-        kept_.push_back(reader);  // Its function must not go while it runs.
-        reader = nullptr;
-        return;
+        return drop(reader);
       case 2:
-        kept_.push_back(reader);
+        drop(reader);
         return join(reader);
       case 3:
         if (world_.activity->deferral()) change();
@@ -125,6 +134,7 @@ class Life {
   World world_;
   unsigned reactions_ = 0;
   std::array<Kob::Ptr<TableListener>, 3> readers_;
+  std::vector<const TableListener*> running_;
   std::vector<Kob::Ptr<TableListener>> kept_;
 };
 
