@@ -11,7 +11,7 @@ set(commonWarnings
 set(gnuWarnings -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # With -O3 it takes libstdc++'s "[" + std::string() for a copy onto itself (GCC's bug 105651, mended in 13). The preset
-  # O3 also does without -Wstringop-overflow, which makes the same mistake in tests.
+  # O3 also does without -Warray-bounds and -Wstringop-overflow, which make the same mistake in tests.
   list(APPEND gnuWarnings -Wno-restrict)
 endif()
 # clang takes libstdc++'s own use of what libstdc++ deprecates (in std::stable_sort) for ours.
