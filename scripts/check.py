@@ -278,12 +278,16 @@ def stop(*_):
 
 
 def main():
+    extent = " ".join(sys.argv[1:])
+    if extent not in ("", "--quick", "--all"):
+        print("usage: check.py [--quick | --all]", file=sys.stderr)
+        return 2
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # death tests leave no core files
     signal.signal(signal.SIGINT, stop)
     signal.signal(signal.SIGTERM, stop)
     start = time.monotonic()
     try:
-        tally = check(sys.argv[1] if len(sys.argv) > 1 else "")
+        tally = check(extent)
     except KeyboardInterrupt:
         return 130
     print(f"== done, {time.monotonic() - start:.0f} s")

@@ -419,6 +419,17 @@ class FuzzTargets(InTree):
 
 
 class TheWholeCheck(unittest.TestCase):
+    def test_an_extent_that_there_is_not_is_refused(self):
+        for words in (["--help"], ["--quick", "--all"]):
+            with (
+                unittest.mock.patch.object(check, "check") as everything,
+                unittest.mock.patch.object(sys, "argv", ["check.py", *words]),
+                contextlib.redirect_stderr(io.StringIO()) as err,
+            ):
+                self.assertEqual(check.main(), 2)
+            everything.assert_not_called()
+            self.assertEqual(err.getvalue(), "usage: check.py [--quick | --all]\n")
+
     def test_fails_when_a_step_does_and_runs_the_next_one(self):
         def two_steps(_):
             tally = check.Tally()
