@@ -159,7 +159,7 @@ TEST(InputBound, HoldsForConfigurations) {
       {"what is no JSON", "{\"" + std::string(size, 'x')}};
   for (const auto& [what, text] : samples) {
     SCOPED_TRACE(what);
-    expectBounded(text.size(), [&text = text] { load(text); });
+    expectBounded(text.size(), [&sample = text] { load(sample); });
   }
 }
 
@@ -182,7 +182,7 @@ TEST(InputBound, HoldsForL3Indexes) {
        "{" + many(member, size / 2) + "," + many(channel, size / 2) + "}"}};
   for (const auto& [what, text] : samples) {
     SCOPED_TRACE(what);
-    expectBounded(text.size(), [&text = text] { load(everyTable, text); });
+    expectBounded(text.size(), [&sample = text] { load(everyTable, sample); });
   }
 }
 
@@ -204,11 +204,11 @@ TEST(InputBound, HoldsForPatches) {
     SCOPED_TRACE(what);
     expectBounded(
         configuration.size() + operations.size(),
-        [&, &operations = operations] {
+        [&, &patch = operations] {
           Printer printer(false);
           Session session(Document("f.json", configuration), {ReservationRules(), std::nullopt});
           const std::string refusal =
-              refusalOf([&] { session.apply(Document("p.json", "[" + operations + "]")); });
+              refusalOf([&] { session.apply(Document("p.json", "[" + patch + "]")); });
           if (!refusal.empty()) printer.refuse(refusal);
           printer.tellProblems(session.problems());
         },
