@@ -36,8 +36,7 @@ void VFPtrInterface::handleZeroRef() const noexcept {
   references_.inc();
   auto* const object = const_cast<VFPtrInterface*>(this);
   object->zeroReferencesIs(true);
-  // Once it is going, a reference that its destructor takes and drops must not release it again.
-  if (references_.decHolding()) delete object;
+  if (references_.dec()) release(object);
 }
 
 bool ptrifTrackOn_ = false;

@@ -119,10 +119,10 @@ class KOB_EXPORT VFPtrInterface {
   friend class WeakHolds;
 
   void handleZeroRef() const noexcept;
-  /// What `handleZeroRef` comes to where nobody hears of it. Out of line, so that giving a
-  /// reference back can be inlined.
+  /// Ends an object that nothing keeps alive any more. Out of line, so that giving a reference back
+  /// can be inlined.
   template <class T>
-  [[gnu::noinline]] static void releaseUnheard(T* object) noexcept;
+  [[gnu::noinline]] static void release(T* object) noexcept;
   /// Tells those who know of the object without counting that it is going.
   void forget() noexcept;
 
@@ -138,7 +138,8 @@ concept ReleasedUnheard = std::is_final_v<T> && std::is_destructible_v<T> && req
 };
 
 template <class T>
-void VFPtrInterface::releaseUnheard(T* object) noexcept {
+void VFPtrInterface::release(T* object) noexcept {
+  // Held: a reference that its destructor takes and drops must not release it again.
   object->references_.flagIs(ReferenceWord::held, true);
   delete object;
 }
@@ -148,7 +149,7 @@ inline void VFPtrInterface::referencesDec(T* object) noexcept {
   if constexpr (!ReleasedUnheard<T>) {
     object->referencesDec();
   } else if (object->references_.dec()) [[unlikely]] {
-    releaseUnheard(object);
+    release(object);
   }
 }
 

@@ -72,13 +72,6 @@ class KOB_EXPORT ReferenceWord {
     return (before & aliveMask) == 1;
   }
 
-  /// As `dec`, and when it answers true the object is held from there on.
-  [[nodiscard]] bool decHolding() noexcept {
-    if (!dec()) return false;
-    flagIs(held, true);
-    return true;
-  }
-
  private:
   [[nodiscard]] std::atomic_ref<std::uint32_t> atomic() const noexcept {
     return std::atomic_ref<std::uint32_t>(word_);
