@@ -18,7 +18,7 @@ FOLDERS = ["Kob", "platform", "FyrL3Intf", "agent"]
 def options_of(build, root, folder):
     """The compiler and its options for the sources of the folder, without input and output."""
     for entry in json.loads((build / "compile_commands.json").read_text()):
-        if pathlib.Path(entry["file"]).parent == root / folder:
+        if pathlib.Path(entry["file"]).resolve().parent == root / folder:
             words = shlex.split(entry["command"])
             return words[: words.index("-o")]
     raise SystemExit(f"no source of {folder} in {build}/compile_commands.json")
@@ -43,11 +43,12 @@ def faults(build, root):
         return [fault for fault in (job.result() for job in jobs) if fault]
 
 
-def main():
+def main(faults):
+    """Prints what `faults(build, root)` finds; answers the exit code."""
     found = faults(pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2] if len(sys.argv) > 2 else ".").resolve())
     print("\n".join(found), end="\n" if found else "")
     return 1 if found else 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(faults))

@@ -16,11 +16,12 @@ import shlex
 import subprocess
 import sys
 
-FOLDERS = ["Kob", "platform", "FyrL3Intf", "agent"]
+from headers import FOLDERS, main, options_of
+
 TOOL = ["include-what-you-use", "-w", "-fsyntax-only"]
 for option in ("--mapping_file=/usr/share/include-what-you-use/iwyu.gcc.imp", "--no_fwd_decls", "--cxx17ns"):
     TOOL += ["-Xiwyu", option]
-# What uses a header though the tool does not see it: macros, templates that are not instantiated, default members.
+# What uses a header though the tool does not see it: macros, templates that are not instantiated, defaulted operators.
 UNSEEN = {
     "<CLI/CLI.hpp>": r"\bCLI::",
     "<algorithm>": r"std::ranges::\w+\(",
@@ -30,7 +31,6 @@ UNSEEN = {
     "<csignal>": r"\b(SIG[A-Z]+|WIFSIGNALED|WTERMSIG)\b",
     "<functional>": r"std::(hash|function)\b",
     "<iostream>": r"std::c(out|err)\b",
-    "<memory>": r"std::(unique_ptr|construct_at|destroy_at|addressof)\b",
     "<nlohmann/json.hpp>": r"\b(ordered_)?json\b",
     "<ostream>": r"<<",
     "<sstream>": r"stringstream\b|\bKOB_TRACE",
@@ -38,26 +38,20 @@ UNSEEN = {
     "<sys/mman.h>": r"\bmemfd_create\b",
     "<type_traits>": r"std::\w+_(v|t)\b|std::\w+_cvref\b",
     "<utility>": r"std::(move|forward|pair|exchange|swap|declval|index_sequence|in_range|as_const)\b",
-    '"Kob/Assert.h"': r"\b(KOB_ASSERT\w*|assert\w+)\(",
-    '"Kob/Described.h"': r"\bDescribed<|\bPUBLISH",
 }
 
 
 def commands_of(build, root):
     """Each source with its compiler's options; each header of a folder with those of a source beside it."""
     found = {}
-    options = {}
     for entry in json.loads((build / "compile_commands.json").read_text()):
         source = pathlib.Path(entry["file"]).resolve()
-        if source.is_relative_to(root):
+        if source.parent in [root / folder for folder in FOLDERS]:
             words = shlex.split(entry["command"])
-            found[source.relative_to(root)] = options[source.parent] = words[1 : words.index("-o")]
-    found = {source: words for source, words in found.items() if source.parts[0] in FOLDERS}
-    for folder in (root / name for name in FOLDERS if (root / name).exists()):
-        if folder not in options:
-            raise SystemExit(f"no source of {folder.name} in {build}/compile_commands.json")
-        for header in folder.glob("*.h"):
-            found[header.relative_to(root)] = ["-x", "c++", *options[folder]]
+            found[source.relative_to(root)] = words[1 : words.index("-o")]
+    for folder in FOLDERS:
+        for header in (root / folder).glob("*.h"):
+            found[header.relative_to(root)] = ["-x", "c++", *options_of(build, root, folder)[1:]]
     return found
 
 
@@ -87,11 +81,5 @@ def faults(build, root):
         return [fault for found in pool.map(lambda each: unused(root, *each), commands) for fault in found]
 
 
-def main():
-    found = faults(pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2] if len(sys.argv) > 2 else ".").resolve())
-    print("\n".join(found), end="\n" if found else "")
-    return 1 if found else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(main(faults))
