@@ -230,7 +230,7 @@ def check(extent):
     tally.step("every header compiles alone", lambda: run("scripts/headers.py", BUILD / "dev"))
     tally.step("the checkers find planted faults", lambda: run("python3", "tests/scripts/CheckersTest.py"))
     tally.step("the steps find planted faults", lambda: run("python3", "tests/scripts/StepsTest.py"))
-    tally.step("mutants are told apart", lambda: run("/usr/bin/python3", "tests/scripts/MutateTest.py"))
+    tally.step("mutants are told apart", lambda: run("python3", "tests/scripts/MutateTest.py"))
     tally.step("the benchmark is weighed right", lambda: run("python3", "tests/scripts/BenchTest.py"))
     tally.step("growth is weighed right", lambda: run("python3", "tests/scripts/GrowthTest.py"))
 

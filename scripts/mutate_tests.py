@@ -10,7 +10,6 @@ import time
 
 import processes
 from mutate_build import BUILD, COPY, JOBS, PROGRAMS, Unusable, say
-from processes import run
 
 MEMORY = 2 << 30
 # What the tests that are tried together take at most, in seconds: first those that tell quickly, then the rest.
@@ -44,7 +43,7 @@ class Verdict:
 def failing(program, names, seconds, **environment):
     """Runs tests of a program until one fails; answers the one that did, or what else went wrong, or nothing."""
     limit = 4 * seconds + 2
-    code, output = run(
+    code, output = processes.run(
         *("prlimit", "--core=0", f"--as={MEMORY}", f"--cpu={int(limit) + 1}"),
         *(BUILD / "bin" / program, f"--gtest_filter={':'.join(names)}", "--gtest_fail_fast"),
         seconds=4 * limit,  # others may keep the processors busy
@@ -73,7 +72,7 @@ def killer(batch, number):
 
 
 def names_of(program):
-    code, output = run(BUILD / "bin" / program, "--gtest_list_tests", cwd=COPY)
+    code, output = processes.run(BUILD / "bin" / program, "--gtest_list_tests", cwd=COPY)
     if code != 0:
         raise Unusable(f"{program} does not start:\n{output}")
     names, suite = [], ""

@@ -3,6 +3,7 @@
 import os
 import signal
 import subprocess
+import tempfile
 import threading
 import time
 
@@ -22,7 +23,7 @@ def kill(process, how=signal.SIGKILL):
     return True
 
 
-def ended(process):
+def end(process):
     """Waits for those that were told to stop, and ends what is left of a command."""
     deadline = time.monotonic() + PATIENCE
     while stopped.is_set() and kill(process, 0) and time.monotonic() < deadline:
@@ -33,34 +34,35 @@ def ended(process):
 
 def run(*command, seconds=None, **options):
     """Runs a command, for that long at most; answers its return code (none if it took too long) and what it wrote.
-    After `stop` it runs none any more."""
-    with subprocess.Popen(
-        [str(word) for word in command],
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT,
-        text=True,
-        errors="replace",
-        start_new_session=True,
-        **options,
-    ) as process:
+    One that begins after `stop` is told to end at once."""
+    # Not a pipe: that would not end before all that the command started.
+    with tempfile.TemporaryFile() as written:
+        process = subprocess.Popen(
+            [str(word) for word in command],
+            stdin=subprocess.DEVNULL,
+            stdout=written,
+            stderr=subprocess.STDOUT,
+            start_new_session=True,
+            **options,
+        )
         with running_lock:
             running.add(process)
         if stopped.is_set():
             kill(process, signal.SIGTERM)
         try:
-            output = process.communicate(timeout=seconds)[0]
-            code = process.returncode
+            code = process.wait(seconds)
         except subprocess.TimeoutExpired:
-            output, code = "", None
+            code = None
         except BaseException:
             stop()
             raise
         finally:
-            ended(process)
+            end(process)
+            process.wait()
             with running_lock:
                 running.discard(process)
-    return code, output
+        written.seek(0)
+        return code, written.read().decode(errors="replace")
 
 
 def stop():

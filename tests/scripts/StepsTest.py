@@ -8,9 +8,12 @@ import contextlib
 import io
 import json
 import os
+import pathlib
 import shutil
 import subprocess
 import sys
+import threading
+import time
 import unittest
 import unittest.mock
 
@@ -19,6 +22,8 @@ from trees import ROOT
 
 import check
 import planted
+import processes
+import treecopy
 
 
 class InTree(trees.InTree):
@@ -416,6 +421,105 @@ class FuzzTargets(InTree):
         code, out = self.prove("elsewhere")
         self.assertEqual(code, 2)
         self.assertIn("shell finds something without a planted bug", out)
+
+
+class Commands(trees.InTree):
+    """Commands that write the number of a process which they started, and then wait."""
+
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(processes.stopped.clear)
+        self.number = self.root / "number"
+
+    def script(self, text):
+        return self.write("script", f"#!/bin/bash\n{text}\nwait\n", executable=True)
+
+    def running(self):
+        """Whether the process that was started still runs; nobody may have asked how it ended."""
+        try:
+            stat = pathlib.Path(f"/proc/{self.number.read_text().strip()}/stat").read_text()
+        except (FileNotFoundError, ProcessLookupError):
+            return False
+        return stat.rpartition(")")[2].split()[0] != "Z"
+
+    def await_ended(self):
+        """Fails unless the process that was started ends soon."""
+        deadline = time.monotonic() + 5
+        while self.running():
+            self.assertLess(time.monotonic(), deadline, "it still runs")
+            time.sleep(0.02)
+
+    def stop_when_begun(self, command):
+        """Runs the command and stops it once it has started the process; answers the return code and the seconds."""
+
+        def stop():
+            while not (self.number.exists() and self.number.read_text().endswith("\n")):
+                time.sleep(0.02)
+            processes.stop()
+
+        thread = threading.Thread(target=stop)
+        thread.start()
+        begun = time.monotonic()
+        code, _ = processes.run(command, seconds=60)
+        thread.join()
+        return code, time.monotonic() - begun
+
+    def test_what_takes_too_long_ends_with_what_it_started(self):
+        self.assertEqual(processes.run(self.script(f"sleep 600 & echo $! > {self.number}"), seconds=1), (None, ""))
+        self.await_ended()
+
+    def test_what_a_command_leaves_running_ends_with_it(self):
+        left = self.write("script", f"#!/bin/bash\nsleep 600 & echo $! > {self.number}\n", executable=True)
+        self.assertEqual(processes.run(left), (0, ""))
+        self.await_ended()
+
+    def test_who_is_told_to_stop_has_time_to_end_what_it_started_elsewhere(self):
+        end = "trap 'sleep 0.5; kill $child; exit 7' TERM"
+        code, _ = self.stop_when_begun(self.script(f"{end}\nsetsid sleep 600 & child=$!; echo $! > {self.number}"))
+        self.assertEqual(code, 7)
+        self.await_ended()
+
+    def test_who_does_not_stop_when_told_is_ended(self):
+        deaf = f"(trap '' TERM; exec sleep 600) & echo $! > {self.number}"
+        with unittest.mock.patch.object(processes, "PATIENCE", 1):
+            _, seconds = self.stop_when_begun(self.script(deaf))
+        self.assertLess(seconds, 30)
+        self.await_ended()
+
+    def test_what_begins_after_the_stop_ends_at_once(self):
+        processes.stop()
+        begun = time.monotonic()
+        code, _ = processes.run("sleep", "600")
+        self.assertNotEqual(code, 0)
+        self.assertLess(time.monotonic() - begun, 30)
+
+
+class CopyOfTheTree(trees.InTree):
+    def setUp(self):
+        super().setUp()
+        self.copy = self.root / "copy"
+        for file in [*treecopy.FILES, "Kob/A.h", "Kob/B.h", "agent/C.h"]:
+            self.write(f"tree/{file}", f"{file}\n")
+        treecopy.update(self.root / "tree", self.copy)
+
+    def test_what_is_the_same_stays_as_old_as_it_is(self):
+        file = self.copy / "Kob/A.h"
+        os.utime(file, (1, 1))
+        treecopy.update(self.root / "tree", self.copy)
+        self.assertEqual(file.stat().st_mtime, 1)
+
+    def test_what_has_changed_or_gone_does_so_in_the_copy(self):
+        self.write("tree/Kob/A.h", "another\n")
+        (self.root / "tree/agent/C.h").unlink()
+        treecopy.update(self.root / "tree", self.copy)
+        self.assertEqual((self.copy / "Kob/A.h").read_text(), "another\n")
+        self.assertEqual((self.copy / "Kob/B.h").read_text(), "Kob/B.h\n")
+        self.assertFalse((self.copy / "agent/C.h").exists())
+
+    def test_what_the_caller_changes_is_left_to_him(self):
+        changed = self.write("copy/Kob/A.h", "with mutants\n")
+        treecopy.update(self.root / "tree", self.copy, {changed})
+        self.assertEqual(changed.read_text(), "with mutants\n")
 
 
 class TheWholeCheck(unittest.TestCase):
