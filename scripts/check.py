@@ -184,6 +184,12 @@ def fuzz_corpora(**environment):
     return action
 
 
+def fuzzed(seconds):
+    """Runs each fuzz target for so long, as many at once as there are processors."""
+    targets = sorted(corpus.name for corpus in (ROOT / "tests" / "fuzz" / "corpus").iterdir())
+    return run_all(["./fuzz", target, seconds] for target in targets)
+
+
 def planted_bugs_apply():
     """The bugs that prove the fuzz targets still fit the sources."""
     patches = sorted((ROOT / "tests" / "planted").glob("*.patch"))
@@ -267,6 +273,8 @@ def check(extent):
         build_and_test(tally, "-O2", "O2")
         tally.step("model: 100,000 sequences", long_model)
         build_and_test(tally, "-O3", "O3")
+        if tally.step("fuzz targets: build", build("fuzz")):
+            tally.step("fuzz targets: a minute each", lambda: fuzzed(60))
         build_and_test(tally, "valgrind", "valgrind", prefix=VALGRIND)
     return tally
 

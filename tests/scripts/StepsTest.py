@@ -395,6 +395,12 @@ class FuzzTargets(InTree):
         self.write("Kob/Library.h", f"{self.WRONG}\n")
         self.fails(self.replay, "FINDING: refuses\n")
 
+    def test_what_a_target_finds_by_itself_fails_it(self):
+        self.passes(lambda: check.fuzzed(1))
+        (self.root / "tests/fuzz/corpus/shell/found").unlink()
+        self.write("Kob/Library.h", f"{self.WRONG}\n")
+        self.fails(lambda: check.fuzzed(10), "FINDING: refuses\n")
+
     def test_planted_bugs_are_told_from_what_no_target_finds(self):
         self.patch("bug", self.WRONG)
         self.patch("harmless", "inline bool accepts(int) { return true; }")
