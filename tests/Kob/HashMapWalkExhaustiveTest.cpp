@@ -4,8 +4,8 @@
 //
 // The oracle knows an entry by its rank in the order of iteration. What a collection holds is then
 // a set of bits, and the next entry of an iterator the lowest bit above its own. The whole state is
-// checked after the last change of each trial, and the iterator at each step from there to the end;
-// the changes before the last make shorter trials, which are trials of their own.
+// checked after the last change of each trial, and at each step from there to the end; the changes
+// before the last make shorter trials, which are trials of their own.
 
 #include <gtest/gtest.h>
 
@@ -126,13 +126,13 @@ class Walk {
     checkBuckets();
   }
 
-  /// Checks the whole state, and walks to the end, where what was there throughout has been
-  /// visited.
+  /// Walks to the end, where what was there throughout has been visited, and checks the whole state
+  /// at each step.
   void finish() {
     check();
     while (stands() && !testing::Test::HasFatalFailure()) {
       advance();
-      checkPlace();
+      check();
     }
     ASSERT_EQ(stayed_ & ~visited_, 0U) << "it stayed and was not visited";
   }

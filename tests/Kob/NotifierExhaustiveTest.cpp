@@ -450,11 +450,14 @@ TEST_F(AnnouncementExhaustive, OneMemberActsInWalksThatAnotherHasNested) {
     for (const std::size_t nesting : places(count)) {
       for (const std::size_t acting : places(count)) {
         if (acting == nesting) continue;
-        forEachAct(targets(count), [&](const Act& act) {
-          std::vector<Act> acts(count + 1);
-          acts[nesting].deed = Deed::announces;
-          acts[acting] = act;
-          if (!HasFatalFailure()) playEachWay(acts);
+        forEachAct(targets(count), [&](Act act) {
+          for (const unsigned throwing : {0U, 1U, 2U, 3U}) {
+            std::vector<Act> acts(count + 1);
+            acts[nesting] = {Deed::announces, 0, (throwing & 1U) != 0};
+            act.throws = (throwing & 2U) != 0;
+            acts[acting] = act;
+            if (!HasFatalFailure()) playEachWay(acts);
+          }
         });
       }
     }

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <string>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "Kob/HashMap.h"
@@ -100,18 +100,23 @@ inline Numbers firstNumbers(int count) {
 /// The definition of a reversed hash, bit by bit.
 template <class Hash>
 std::uint32_t reversedHashOf(int number) {
+  const std::uint32_t hash = Hash::of(number);
   std::uint32_t reversed = 0;
-  for (int bit = 0; bit < 32; ++bit) reversed |= ((Hash::of(number) >> bit) & 1U) << (31 - bit);
+  for (int bit = 0; bit < 32; ++bit) reversed |= (hash >> bit & 1U) << (31 - bit);
   return reversed;
 }
 
 /// The order of iteration: by reversed hash, ties by key.
 template <class Hash>
-Numbers inOrder(Numbers numbers) {
-  std::sort(numbers.begin(), numbers.end(), [](int a, int b) {
-    return std::tuple(reversedHashOf<Hash>(a), a) < std::tuple(reversedHashOf<Hash>(b), b);
-  });
-  return numbers;
+Numbers inOrder(const Numbers& numbers) {
+  std::vector<std::pair<std::uint32_t, int>> ranked;
+  ranked.reserve(numbers.size());
+  for (const int number : numbers) ranked.emplace_back(reversedHashOf<Hash>(number), number);
+  std::sort(ranked.begin(), ranked.end());
+  Numbers sorted;
+  sorted.reserve(numbers.size());
+  for (const auto& [hash, number] : ranked) sorted.push_back(number);
+  return sorted;
 }
 
 /// `numbers` without those of `removed`.
