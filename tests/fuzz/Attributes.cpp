@@ -1,12 +1,14 @@
 // Attribute operations with any id, code and argument tree, through writable and read-only wrappers
 // of the four published types. What is refused is refused with a published exception and leaves
 // everything as it was; what a read-only wrapper and an unknown id come to is known exactly. What
-// may end the process is tried in a child first, and may end it by an assertion alone.
+// may end the process is tried in a child first, and may end it by an assertion alone, in one of
+// the functions that it leads to.
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -28,22 +30,42 @@ using Fuzz::require;
 
 constexpr std::size_t mostSteps = 40;
 
-/// A type: its published ids, the functions among them, and those whose writes make objects.
+/// The functions of the state machine in which an attribute may end the process, as reports name
+/// them.
+using Ends = std::vector<std::string>;
+const std::string handleVlanIntfStatus = "handleVlanIntfStatus(Plexo::IntfId)";
+const std::string handleL3Index = "handleL3Index(Plexo::IntfId)";
+const std::string wish = "doSetDesiredInternalVlanId(Plexo::IntfId, Bridging::VlanIdOrNone)";
+const std::string grant = "doSetInternalVlanId(Plexo::IntfId, Bridging::VlanIdOrNone)";
+
+/// A type: its published ids, and those among them that may end the process.
 struct Surface {
   std::string type;
   std::vector<Kob::AttributeId> ids;
-  std::vector<Kob::AttributeId> dangerous;
+  std::map<Kob::AttributeId, Ends> dangerous;
 };
 const std::array<Surface, 4> surfaces = {
     Surface{"FyrL3Intf::Table", {258, 259, 260, 261, 262}, {}},
     Surface{"FyrL3Intf::ConfigSm",
             {130, 131, 132, 133, 134, 135, 137, 138, 139, 140, 141, 142, 144, 146, 147},
-            {135, 139, 140, 141, 142, 144, 146, 147}},
-    Surface{"FyrL3Intf::SwitchIntfConfigSm", {130, 131, 132, 133, 134}, {133, 134}},
+            {{135, {handleVlanIntfStatus, wish, grant}},
+             {139, {wish, grant}},
+             {140, {grant}},
+             {141, {wish, grant}},
+             {142, {wish, grant}},
+             {144, {handleL3Index}},
+             {146, {"doPrepareToDie()", wish, grant}},
+             {147, {"doVerify()"}}}},
+    Surface{"FyrL3Intf::SwitchIntfConfigSm",
+            {130, 131, 132, 133, 134},
+            {{133, {wish, grant}}, {134, {wish, grant}}}},
     Surface{"FyrL3Intf::ConfigSm::IntfSet", {2}, {}}};
 constexpr std::array<Kob::AttributeId, 12> strangers = {0,   1,   3,   127, 129, 136,
                                                         143, 145, 148, 257, 263, -1};
 constexpr std::array operations = {0U, 1U, 2U, 3U, 128U, 129U, 4U, 127U, 130U, ~0U};
+/// The last id and the last operation stand for any: the next four bytes.
+constexpr auto anyId = strangers.back();
+constexpr auto anyOperation = operations.back();
 constexpr std::array intfs = {"Ethernet1", "Ethernet2", "Vlan100", "Vlan4095", "Internal1"};
 
 class Life {
@@ -68,30 +90,47 @@ class Life {
     const unsigned which = from_.below(4);
     const Surface& surface = surfaces[which];
     const bool readOnly = from_.below(4) == 3;
-    const Kob::AttributeId id = from_.below(6) == 5 ? from_.of(strangers) : from_.of(surface.ids);
-    const unsigned operation = from_.of(operations);
+    const Kob::AttributeId id = attributeId(surface);
+    const unsigned operation = anyUnless(anyOperation, from_.of(operations));
     const Wrapper wrapper = wrapperOf(which, readOnly);
     if (!wrapper) return;
     walk(wrapper, id);
     const Wrapper arg = tree(2);
     const Wrapper value = tree(2);
     const auto action = [&] { return outcome(wrapper, id, operation, arg, value); };
-    const bool isDangerous = std::ranges::count(surface.dangerous, id) > 0;
+    const auto danger = surface.dangerous.find(id);
     const bool isDone = operation == callOp || (operation == writeOp && !readOnly);
-    if (isDangerous && arg && isDone && dies(action)) return;
+    const bool isTried = danger != surface.dangerous.end() && arg && isDone;
+    if (isTried && dies(danger->second, action)) return;
     check(surface, readOnly, id, operation, action);
   }
 
+  /// The value, or any number where it stands for that.
+  template <class Number>
+  Number anyUnless(Number any, Number value) {
+    if (value != any) return value;
+    unsigned number = 0;
+    for (int bytes = 0; bytes < 4; ++bytes) number = number << 8U | from_.byte();
+    return static_cast<Number>(number);
+  }
+  Kob::AttributeId attributeId(const Surface& surface) {
+    if (from_.below(6) != 5) return from_.of(surface.ids);
+    return anyUnless(anyId, from_.of(strangers));
+  }
+
   template <class Action>
-  bool dies(const Action& action) const {
+  bool dies(const Ends& ends, const Action& action) const {
     const Ended ended = inChild([&action] {
       action();
       std::_Exit(EXIT_SUCCESS);
     });
     if (ended.successful) return false;
-    require(ended.aborted && ended.standardError.find(": Assertion `") != std::string::npos &&
-                ended.standardError.ends_with("' failed.\n"),
-            "a call ends otherwise than by an assertion: " + ended.standardError);
+    const bool isForeseen = std::ranges::any_of(ends, [&ended](const std::string& function) {
+      const std::string text = ": void FyrL3Intf::ConfigSm::" + function + ": Assertion `";
+      return ended.standardError.find(text) != std::string::npos;
+    });
+    require(ended.aborted && isForeseen && ended.standardError.ends_with("' failed.\n"),
+            "an attribute ends the process otherwise than foreseen: " + ended.standardError);
     return true;
   }
 

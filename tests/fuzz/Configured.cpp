@@ -22,15 +22,17 @@ std::string textOf(const std::uint8_t* bytes, std::size_t size, std::string (*co
   return isText ? std::string(bytes, bytes + size) : composed(Choices(bytes, size));
 }
 
-bool unlessRefused(const std::function<void()>& action) {
+std::optional<std::string> refusalOf(const std::function<void()>& action) {
   try {
     action();
-    return true;
+    return std::nullopt;
   } catch (const Agent::UnreadableInput& refusal) {
     requirePrintable(refusal.what(), "a refusal", false);
-    return false;
+    return refusal.what();
   }
 }
+
+bool unlessRefused(const std::function<void()>& action) { return !refusalOf(action); }
 
 L3IdSource assignedIndexes() { return {}; }
 

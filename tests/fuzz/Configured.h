@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,7 +20,9 @@ namespace Fuzz {
 [[nodiscard]] std::string textOf(const std::uint8_t* bytes, std::size_t size,
                                  std::string (*composed)(Choices));
 
-/// Runs what may refuse its input, and checks the refusal's text. Returns whether it did not.
+/// Runs what may refuse its input. Returns the refusal's text, which is checked, or none.
+std::optional<std::string> refusalOf(const std::function<void()>& action);
+/// The same. Returns whether it did not refuse.
 bool unlessRefused(const std::function<void()>& action);
 
 /// Where L3 ids come from: assigned indexes, or internal VLANs out of a range of this many.

@@ -1,8 +1,12 @@
 // JSON Patches: carried out all or not at all, as another implementation of RFC 6902 does, and
 // followed by a session, whose table must become that of a session that begins with the result.
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdio>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 #include "agent/ConfigurationPatch.h"
@@ -64,19 +68,64 @@ std::string composed(Choices from) {
   return list.dump();
 }
 
-/// What is carried out is what another implementation makes of it.
+/// What another implementation makes of the list of operations; none when it refuses.
+std::optional<json> patchedElsewhere(const json& root, const json& list) {
+  try {
+    return root.patch(list);
+  } catch (const json::exception&) {
+    return std::nullopt;
+  }
+}
+
+/// The operations of the patch up to the refused one.
+json refusedPart(const Document& patch, const std::string& refusal) {
+  std::size_t number = 0;
+  require(std::sscanf(refusal.c_str(), "patch.json: operation %zu", &number) == 1,
+          "a refusal names no operation: " + refusal);
+  const auto begin = patch.root().begin();
+  return json(begin, begin + static_cast<json::difference_type>(number));
+}
+
+/// The other one would not refuse it: it moves values into themselves and has no limits, and it
+/// takes for granted that a value's place is in an object or an array.
+bool isRefusedHereAlone(const std::string& refusal) {
+  constexpr std::array reasons = {"moved into itself", "there is no object or list to hold",
+                                  "the patch copies more than", "within each other"};
+  return std::ranges::any_of(
+      reasons, [&refusal](const char* reason) { return refusal.find(reason) != refusal.npos; });
+}
+
+/// The last operation removes a member of what has none, which the other one takes for done.
+bool endsRemovingFromAScalar(const json& root, json list) {
+  const json last = list.back();
+  if (last.value("op", "") != "remove") return false;
+  const json::json_pointer path(last.at("path").get<std::string>());
+  list.erase(list.size() - 1);
+  return root.patch(list).at(path.parent_pointer()).is_primitive();
+}
+
+/// The whole document goes elsewhere, which the other one refuses.
+bool movesTheWhole(const Document& patch) {
+  return std::ranges::any_of(patch.root(), [](const json& operation) {
+    return operation.value("op", "") == "move" && operation.value("from", "/") == "";
+  });
+}
+
+/// What is carried out is what another implementation makes of it, and what is refused it refuses.
 void compare(const json& root, const Document& patch) {
   const json before = root;
   json result;
-  const bool isDone = unlessRefused([&] { result = Agent::patched(root, patch); });
+  const auto refusal = refusalOf([&] { result = Agent::patched(root, patch); });
   require(root == before, "the document itself was changed");
-  if (!isDone) return;
-  try {
-    require(root.patch(patch.root()) == result, "the result is another one: " + result.dump());
-  } catch (const json::exception& refusal) {
-    constexpr int noParent = 405;  // The other one never moves the whole document.
-    if (refusal.id == noParent) return;
-    found(std::string("a patch is carried out that cannot be: ") + refusal.what());
+  if (refusal) {
+    if (isRefusedHereAlone(*refusal)) return;
+    const json part = refusedPart(patch, *refusal);
+    require(!patchedElsewhere(root, part) || endsRemovingFromAScalar(root, part),
+            "a patch is refused that can be carried out: " + *refusal);
+  } else if (const auto elsewhere = patchedElsewhere(root, patch.root())) {
+    require(*elsewhere == result, "the result is another one: " + result.dump());
+  } else {
+    require(movesTheWhole(patch), "a patch is carried out that cannot be");
   }
 }
 
