@@ -159,6 +159,8 @@ class Sanitizers(InTree):
         #include <climits>
         #include <cstdio>
         #include <cstdlib>
+        #include <thread>
+        #include <vector>
         int* global;
         __attribute__((noipa)) void plant(int count) { FAULT; }
         int main() {
@@ -173,24 +175,32 @@ class Sanitizers(InTree):
     USE_AFTER_RETURN = "auto f = [](int x) { int y[2] = {x, x}; global = y; }; f(count); std::printf(\"%d\", *global)"
     OVERFLOW = "global = nullptr; std::printf(\"%d\", INT_MAX + count)"
     BEYOND_THE_END = "int x[4] = {}; global = x; std::printf(\"%d\", x[count + 3])"
+    BEYOND_ITS_SIZE = "std::vector<int> x(2); x.reserve(8); std::printf(\"%d\", x[count + 1])"
+    RACE = "static int x; std::thread other([] { x += 1; }); x += count; other.join()"
     UNINITIALISED = "int* x = new int[2]; if (x[0] == 7) std::puts(\"7\"); delete[] x"
 
     def setUp(self):
         super().setUp()
         self.set(check, TEST_PROGRAMS=["PlantedTest"])
 
+    def variables(self, preset):
+        """What the preset sets."""
+        presets = json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]
+        return next(each for each in presets if each["name"] == preset)["cacheVariables"]
+
+    def words_of(self, variable, module, definitions=()):
+        """The words of a variable that a module of the build sets."""
+        told = f'string(JOIN " " told ${{{variable}}})\nmessage("${{told}}")\n'
+        script = self.write("Told.cmake", f'include("{ROOT}/cmake/{module}.cmake")\n{told}')
+        command = ["cmake", *definitions, "-P", script]
+        return subprocess.run(command, capture_output=True, text=True, check=True).stderr.split()
+
     def instrumentation(self, preset):
         """The compiler of the preset, and the options of its sanitizers."""
-        presets = json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]
-        variables = next(each for each in presets if each["name"] == preset)["cacheVariables"]
-        script = self.write(
-            "Options.cmake",
-            f'include("{ROOT}/cmake/Instrumentation.cmake")\n'
-            'string(JOIN " " options ${instrumentationCompileOptions})\nmessage("${options}")\n',
-        )
+        variables = self.variables(preset)
         definitions = [f"-D{name}={value}" for name, value in variables.items() if name != "FYRL3INTF_COVERAGE"]
-        told = subprocess.run(["cmake", *definitions, "-P", script], capture_output=True, text=True, check=True)
-        return [variables.get("CMAKE_CXX_COMPILER", "g++"), *told.stderr.split()]
+        options = self.words_of("instrumentationCompileOptions", "Instrumentation", definitions)
+        return [variables.get("CMAKE_CXX_COMPILER", "g++"), *options]
 
     def run_planted(self, fault, compiler, **how):
         """What the step makes of the program with this fault, built by the compiler with its options."""
@@ -222,6 +232,20 @@ class Sanitizers(InTree):
             with self.subTest(complaint):
                 self.passes(lambda fault=fault: self.run_planted(fault, compiler[:1]))
                 self.fails(lambda fault=fault: self.run_planted(fault, compiler, **how), complaint)
+
+    def test_of_threads_find_what_the_tests_do_not(self):
+        compiler = self.instrumentation("tsan")
+        self.passes(lambda: self.run_planted(self.NONE, compiler))
+        self.passes(lambda: self.run_planted(self.RACE, compiler[:1]))
+        self.fails(lambda: self.run_planted(self.RACE, compiler), "ThreadSanitizer: data race")
+
+    def test_of_which_the_standard_library_is_one_find_what_the_tests_do_not(self):
+        places = ["-DCMAKE_INSTALL_FULL_BINDIR=/bin", "-DCMAKE_INSTALL_FULL_LIBDIR=/lib"]
+        debug = self.words_of("CMAKE_CXX_FLAGS_DEBUG", "BuildTypes", places)
+        self.passes(lambda: self.run_planted(self.BEYOND_ITS_SIZE, ["g++"]))
+        for flags in [debug, *(self.variables(preset)["CMAKE_CXX_FLAGS"].split() for preset in ("watched", "fuzz"))]:
+            self.passes(lambda flags=flags: self.run_planted(self.NONE, ["g++", *flags]))
+            self.fails(lambda flags=flags: self.run_planted(self.BEYOND_ITS_SIZE, ["g++", *flags]), "< this->size()")
 
     def test_of_which_valgrind_is_one_find_what_the_tests_do_not(self):
         how = {"prefix": check.VALGRIND}
