@@ -28,6 +28,27 @@ void started(World& world) {
   fullHouse(world);
   world.start();
 }
+void fewInputs(World& world) {
+  world.routedPort("Ethernet1", 100);
+  world.routedPort("Ethernet2", 100);
+  world.vlanIntf("Vlan10");
+}
+void fewStarted(World& world) {
+  fewInputs(world);
+  world.start();
+}
+/// The collection of the machines has grown.
+void startedWithRoom(World& world) {
+  started(world);
+  world.port("Ethernet6", Bridging::SwitchportMode::access);
+}
+/// As many machines as their collection takes before it grows.
+void switchingPortsStarted(World& world) {
+  for (const char* const intf : {"Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4"}) {
+    world.port(intf, Bridging::SwitchportMode::access);
+  }
+  world.start();
+}
 void indexes(World& world) {
   for (const char* const intf : {"Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4"}) {
     world.l3Index(intf, Plexo::IntfId(intf).hash());
@@ -41,22 +62,30 @@ void indexesStarted(World& world) {
 const Case cases[] = {
     {"StartUp", internalVlans, fullHouse, [](World& world) { world.start(); }},
     {"StartUpFromIndexes", noInternalVlans, indexes, [](World& world) { world.start(); }},
-    {"PortAppears", internalVlans, started,
-     [](World& world) { world.routedPort("Ethernet5", 500); }},
-    {"PortAppearsThatWaits", internalVlans, started,
-     [](World& world) { world.routedPort("Ethernet5", 300); }},
+    {"PortAppears", internalVlans, startedWithRoom,
+     [](World& world) { world.routedPort("Ethernet5", 500); }, Ends::withTheListener},
+    {"PortAppearsThatWaits", internalVlans, startedWithRoom,
+     [](World& world) { world.routedPort("Ethernet5", 300); }, Ends::withTheListener},
+    {"PortAppearsThatFindsNoPlace", internalVlans, switchingPortsStarted,
+     [](World& world) { world.routedPort("Ethernet5", 500); }, Ends::withTheListener, 1,
+     "changes 4\nmachines 4\nheard Ethernet5 Ethernet5"},
     {"PortAppearsThatSwitches", internalVlans, started,
-     [](World& world) { world.port("Ethernet5", Bridging::SwitchportMode::access); }},
+     [](World& world) { world.port("Ethernet5", Bridging::SwitchportMode::access); },
+     Ends::withTheListener},
     {"PortIsRouted", internalVlans, started,
-     [](World& world) { world.routedPort("Ethernet4", 400); }},
-    {"PortMoves", internalVlans, started, [](World& world) { world.routedPort("Ethernet1", 101); }},
-    {"PortGoes", internalVlans, started, [](World& world) { world.portDel("Ethernet1"); }},
-    {"VlanIntfAppears", internalVlans, started, [](World& world) { world.vlanIntf("Vlan50"); }},
-    {"VlanIntfGoes", internalVlans, started, [](World& world) { world.vlanIntfDel("Vlan10"); }},
+     [](World& world) { world.routedPort("Ethernet4", 400); }, Ends::withTheListener},
+    {"PortMoves", internalVlans, started, [](World& world) { world.routedPort("Ethernet1", 101); },
+     Ends::withTheListener},
+    {"PortGoes", internalVlans, started, [](World& world) { world.portDel("Ethernet1"); },
+     Ends::withTheListener},
+    {"VlanIntfAppears", internalVlans, started, [](World& world) { world.vlanIntf("Vlan50"); },
+     Ends::withTheListener},
+    {"VlanIntfGoes", internalVlans, started, [](World& world) { world.vlanIntfDel("Vlan10"); },
+     Ends::withTheListener},
     {"IndexAppears", noInternalVlans, indexesStarted,
-     [](World& world) { world.l3Index("Ethernet5", 5); }},
+     [](World& world) { world.l3Index("Ethernet5", 5); }, Ends::withTheListener},
     {"IndexGoes", noInternalVlans, indexesStarted,
-     [](World& world) { world.l3IndexDel("Ethernet1"); }},
+     [](World& world) { world.l3IndexDel("Ethernet1"); }, Ends::withTheListener},
     {"ConfigurationIsReplaced", internalVlans, [](World& world) { world.start(); },
      [](World& world) {
        world.config = Bridging::configFactory("another");
@@ -94,23 +123,6 @@ const Case cases[] = {
        world.machine->kobDoZombieReactors(true);
        world.machine->kobDoZombieReactors(false);
      }},
-    {"ChangesAreDeferred", internalVlans, started,
-     [](World& world) {
-       world.activity->deferralIs(true);
-       world.routedPort("Ethernet5", 500);
-       world.vlanIntf("Vlan50");
-       world.vlanIntf("Vlan60");
-     },
-     true},
-    {"DeferredChangesAreDelivered", internalVlans,
-     [](World& world) {
-       started(world);
-       world.activity->deferralIs(true);
-       world.routedPort("Ethernet5", 500);
-       world.vlanIntf("Vlan50");
-       world.vlanIntf("Vlan60");
-     },
-     [](World& world) { world.activity->deferralIs(false); }, true},
     {"AnotherEntryIsRefused", internalVlans, started,
      [](World& world) {
        const auto other = Bridging::configFactory("another");
@@ -125,6 +137,12 @@ const Case cases[] = {
     {"TheMachineOfIndexesVerifies", noInternalVlans, indexesStarted,
      [](World& world) { world.machine->doVerify(); }},
     {"Teardown", internalVlans, started, [](World& world) { world.machine->doPrepareToDie(); }},
+    {"StartUpBeforeManyReaders", internalVlans, fewInputs, [](World& world) { world.start(); },
+     Ends::withTheCaller, manyReaders},
+    {"PortMovesBeforeManyReaders", internalVlans, fewStarted,
+     [](World& world) { world.routedPort("Ethernet1", 101); }, Ends::withTheListener, manyReaders},
+    {"TeardownBeforeManyReaders", internalVlans, fewStarted,
+     [](World& world) { world.machine->doPrepareToDie(); }, Ends::withTheCaller, manyReaders},
     {"TheLastReferenceGoes", internalVlans, started, [](World& world) { world.machine = nullptr; }},
 };
 
@@ -133,14 +151,8 @@ class MachineWithoutMemory : public testing::TestWithParam<Case> {};
 INSTANTIATE_TEST_SUITE_P(Events, MachineWithoutMemory, testing::ValuesIn(cases),
                          [](const auto& tested) { return tested.param.name; });
 
-TEST_P(MachineWithoutMemory, LosesNothingAndCanBeMadeAnewWhereverTheEventStopped) {
-  const auto once = statesLeftBy(GetParam(), Failing::once);
-  const auto fromThereOn = statesLeftBy(GetParam(), Failing::fromThereOn);
-  EXPECT_EQ(once.back(), fromThereOn.back());
-  // What failed is not tried again, and nothing follows it.
-  if (!GetParam().severalEvents) {
-    EXPECT_EQ(once, fromThereOn);
-  }
+TEST_P(MachineWithoutMemory, StopsWhereItStandsLosesNothingAndCanBeMadeAnew) {
+  expectStopsWhereItFails(GetParam());
 }
 
 using Steps = std::vector<std::string>;
@@ -214,6 +226,81 @@ TEST(StepsWithoutMemory, AnIndexIsEnteredInReverseFirst) {
       << "what the handler throws is the reactor's, and does not come out of the directory";
 }
 
+Steps joint(Steps first, const Steps& then) {
+  first.insert(first.end(), then.begin(), then.end());
+  return first;
+}
+void deferring(World& world) {
+  machineAlone(world);
+  world.activity->deferralIs(true);
+}
+void twoInputsChange(World& world) {
+  world.routedPort("Ethernet1", 100);
+  world.vlanIntf("Vlan20");
+}
+
+TEST(StepsWithoutMemory, AChangeThatCanNotBeDeferredIsLostAndDoesNotStopTheNext) {
+  const Case happening{"", internalVlans, deferring, twoInputsChange};
+  const auto state = [](const std::string& inputs, int pending) {
+    return inputs + " indexes 0 after 0 pending " + std::to_string(pending) +
+           " reads 0 0 0 0\nchanges 0\nmachines 0\nheard";
+  };
+  const std::string port = "ports 1 after 1 0 vlans 0 after 0";
+  const std::string portAndVlanIntf = "ports 1 after 1 0 vlans 1 after 1";
+  const std::string nothing = state("ports 0 after 0 vlans 0 after 0", 0) + ", thrown";
+  const std::string noVlanIntf = state(port, 1) + ", thrown";
+  const std::string oneOfTwo = state(portAndVlanIntf, 1);
+  const std::string both = state(portAndVlanIntf, 2);
+  EXPECT_EQ(statesLeftBy(happening, Failing::once),
+            (Steps{nothing, nothing, oneOfTwo, noVlanIntf, noVlanIntf, oneOfTwo, both}));
+  const std::string neither = state(port, 0) + ", thrown";
+  EXPECT_EQ(statesLeftBy(happening, Failing::fromThereOn),
+            (Steps{nothing, nothing, neither, noVlanIntf, noVlanIntf, oneOfTwo, both}));
+}
+
+TEST(StepsWithoutMemory, AChangeThatCanNotBeDeliveredIsLostAndDoesNotStopTheNext) {
+  const Case happening{"", internalVlans,
+                       [](World& world) {
+                         deferring(world);
+                         twoInputsChange(world);
+                       },
+                       [](World& world) { world.activity->deferralIs(false); }};
+  // Of the port, while the VLAN interface gets all that it wishes for.
+  const Steps ofThePort = {
+      "Vlan20->20 20->Vlan20 changes 2\n"
+      "Vlan20 wishes 20 20 wished by Vlan20 machines 0\nheard Vlan20",
+      "Vlan20->20 20->Vlan20 changes 2\n"
+      "Vlan20 wishes 20 20 wished by Vlan20 100 wished by Ethernet1 machines 0\nheard Vlan20",
+      "Vlan20->20 20->Vlan20 changes 2\n"
+      "Ethernet1 wishes 100 Vlan20 wishes 20 20 wished by Vlan20 100 wished by Ethernet1 "
+      "machines 0\nheard Vlan20",
+      "Vlan20->20 20->Vlan20 100->Ethernet1 changes 3\n"
+      "Ethernet1 wishes 100 Vlan20 wishes 20 20 wished by Vlan20 100 wished by Ethernet1 "
+      "machines 0\nheard Vlan20"};
+  const Steps ofTheVlanIntf = {
+      "Ethernet1->100 100->Ethernet1 changes 2\n"
+      "Ethernet1 wishes 100 100 wished by Ethernet1 machines 1\nheard Ethernet1",
+      "Ethernet1->100 100->Ethernet1 changes 2\n"
+      "Ethernet1 wishes 100 20 wished by Vlan20 100 wished by Ethernet1 machines 1\n"
+      "heard Ethernet1",
+      "Ethernet1->100 100->Ethernet1 changes 2\n"
+      "Ethernet1 wishes 100 Vlan20 wishes 20 20 wished by Vlan20 100 wished by Ethernet1 "
+      "machines 1\nheard Ethernet1",
+      "Ethernet1->100 20->Vlan20 100->Ethernet1 changes 3\n"
+      "Ethernet1 wishes 100 Vlan20 wishes 20 20 wished by Vlan20 100 wished by Ethernet1 "
+      "machines 1\nheard Ethernet1",
+      "Ethernet1->100 Vlan20->20 20->Vlan20 100->Ethernet1 changes 4\n"
+      "Ethernet1 wishes 100 Vlan20 wishes 20 20 wished by Vlan20 100 wished by Ethernet1 "
+      "machines 1\nheard Ethernet1 Vlan20"};
+  const Steps nothingFollows = {
+      "changes 0\nmachines 0\nheard", "changes 0\n100 wished by Ethernet1 machines 0\nheard",
+      "changes 0\nEthernet1 wishes 100 100 wished by Ethernet1 machines 0\nheard",
+      "100->Ethernet1 changes 1\n"
+      "Ethernet1 wishes 100 100 wished by Ethernet1 machines 0\nheard"};
+  EXPECT_EQ(stepsOf(happening, Failing::once), joint(ofThePort, ofTheVlanIntf));
+  EXPECT_EQ(stepsOf(happening, Failing::fromThereOn), joint(nothingFollows, ofTheVlanIntf));
+}
+
 TEST(StepsWithoutMemory, AWishThatIsRecordedHalfIsFatalWhenItIsStatedAgain) {
   const Plexo::IntfId intf = "Ethernet1"_intf;
   World before(internalVlans);  // What is allocated once in a process is allocated here.
@@ -247,11 +334,11 @@ TEST(StepsWithoutMemory, ATableThatAStartUpLeftHalfFilledTakesNoSecondStartUp) {
 class PortWithoutMachine : public testing::Test {
  protected:
   World world{internalVlans};
-  std::vector<Kob::Ptr<Reader>> readers;
+  Readers readers;
 
   void SetUp() override {
     world.start();
-    readers = manyReadersOf(world.table);
+    readers = readersOf(world.table, manyReaders);
     world.config->newSwitchIntfConfig("Ethernet1"_intf, Bridging::SwitchportMode::routed,
                                       Bridging::VlanId(100));
     giveUpTheBlockOfTheWalks();

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 namespace KobTest {
 namespace {
@@ -17,6 +18,15 @@ std::size_t successesLeft = never;
 std::size_t bytesRefused = 0;
 bool goesOnFailing = false;
 bool hasFailed = false;
+const std::function<void()>* watcher = nullptr;
+
+/// Lets the watcher look, which allocates too.
+void lookedAt() {
+  if (watcher == nullptr) return;
+  const auto* const looking = std::exchange(watcher, nullptr);
+  (*looking)();
+  watcher = looking;
+}
 
 bool fails(std::size_t size) noexcept {
   if (successesLeft == never) return false;
@@ -32,6 +42,7 @@ bool fails(std::size_t size) noexcept {
 
 /// A block of at least one byte, or null.
 void* allocate(std::size_t size, std::size_t alignment = alignof(std::max_align_t)) noexcept {
+  lookedAt();
   if (fails(size)) return nullptr;
   // A multiple of the alignment, as the C library asks for.
   const std::size_t bytes =
@@ -70,6 +81,7 @@ bool FailingHeap::mend() noexcept {
 std::size_t FailingHeap::allocations() noexcept { return succeeded; }
 std::size_t FailingHeap::live() noexcept { return alive; }
 std::size_t FailingHeap::refused() noexcept { return bytesRefused; }
+void FailingHeap::lookIs(const std::function<void()>* look) noexcept { watcher = look; }
 
 }  // namespace KobTest
 

@@ -9,7 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <functional>
 #include <new>
+#include <span>
+#include <typeinfo>
 
 namespace KobTest {
 
@@ -30,44 +33,75 @@ bool mend() noexcept;
 /// Bytes of the allocation that failed last.
 [[nodiscard]] std::size_t refused() noexcept;
 
+/// Calls `look` before each allocation from now on, but for those that it makes itself; null ends
+/// that. Not owned.
+void lookIs(const std::function<void()>* look) noexcept;
+
 }  // namespace FailingHeap
 
 /// What came of an operation during which allocations may have failed.
 struct Outcome {
+  /// How many succeeded before.
+  std::size_t successes = 0;
   /// Whether an allocation failed.
   bool failed = false;
-  /// Whether std::bad_alloc came out.
+  /// Whether std::bad_alloc came out, and no exception derived from it.
   bool thrown = false;
 };
 
 /// Calls `act` with the allocation after `successes` failing.
 template <class Act>
 Outcome failingAfter(std::size_t successes, const Act& act, Failing mode = Failing::once) {
-  Outcome outcome;
+  Outcome outcome{successes};
   FailingHeap::failAfter(successes, mode);
   try {
     act();
-  } catch (const std::bad_alloc&) {
-    outcome.thrown = true;
+  } catch (const std::bad_alloc& failure) {
+    outcome.thrown = typeid(failure) == typeid(std::bad_alloc);
   }
   outcome.failed = FailingHeap::mend();
   return outcome;
 }
 
-/// Calls `act` with its first allocation failing, then with its second, and so on until none fails;
-/// `check` looks at what stands after each failure. Each failure comes out as std::bad_alloc.
-/// Returns how many there were.
+inline constexpr Failing allModes[] = {Failing::fromThereOn, Failing::once};
+
+/// Calls `act` with its first allocation failing, then with its second, and so on until none fails,
+/// each of them in each of the modes; `check` looks at each outcome. So `act` has to stay what it
+/// is when it fails. Returns how many allocations failed.
 template <class Act, class Check>
-int failingEachAllocationOf(const Act& act, const Check& check, Failing mode = Failing::once) {
+int outcomesOfEachAllocation(const Act& act, const Check& check,
+                             std::span<const Failing> modes = allModes) {
   constexpr int enough = 100000;
+  int failures = 0;
   for (int successes = 0; successes < enough; ++successes) {
-    const Outcome outcome = failingAfter(static_cast<std::size_t>(successes), act, mode);
-    EXPECT_EQ(outcome.thrown, outcome.failed) << "allocation " << successes;
-    if (!outcome.failed) return successes;
-    check();
+    for (const Failing mode : modes) {
+      const Outcome outcome = failingAfter(static_cast<std::size_t>(successes), act, mode);
+      check(outcome);
+      if (!outcome.failed) return failures;
+      failures = successes + 1;
+    }
   }
   ADD_FAILURE() << "no end of allocations";
   return enough;
+}
+
+/// The same of an operation out of which each failure comes as std::bad_alloc; `check` looks at
+/// what stands after each. The operation succeeds once, at the end.
+template <class Act, class Check>
+int failingEachAllocationOf(const Act& act, const Check& check,
+                            std::span<const Failing> modes = allModes) {
+  return outcomesOfEachAllocation(
+      act,
+      [&](const Outcome& outcome) {
+        EXPECT_EQ(outcome.thrown, outcome.failed) << "allocation " << outcome.successes;
+        if (outcome.failed) check();
+      },
+      modes);
+}
+/// The same in one mode alone.
+template <class Act, class Check>
+int failingEachAllocationOf(const Act& act, const Check& check, Failing mode) {
+  return failingEachAllocationOf(act, check, std::span(&mode, 1));
 }
 
 /// The allocations of the call.

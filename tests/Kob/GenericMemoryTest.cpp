@@ -1,6 +1,7 @@
 // What stands when memory runs out in what is described at run time: types, boxes, lists, texts,
 // observers, and the operations of a published class.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -8,9 +9,11 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
+#include "Kob/Activity.h"
 #include "Kob/GenericIf.h"
 #include "Kob/GenericIfException.h"
 #include "Kob/GenericValue.h"
@@ -18,6 +21,7 @@
 #include "Kob/Strep.h"
 #include "Kob/Trace.h"
 #include "Kob/Type.h"
+#include "Kob/TypeName.h"
 #include "tests/Kob/FailingHeap.h"
 #include "tests/Kob/Observer.h"
 #include "tests/Kob/Shop.h"
@@ -32,18 +36,17 @@ using Kob::Name;
 using Kob::Ptr;
 using Box = Ptr<GenericIf>;
 using List = GenericIf::List_;
+using testing::HasSubstr;
 
 /// Fails each allocation of the call, alone and with all that follow it: std::bad_alloc comes out
 /// of each failure, and nothing is lost.
 void expectLosesNothing(const std::function<void()>& call) {
   call();  // What is made once in a process is there from now on.
   const std::size_t before = FailingHeap::live();
-  for (const Failing mode : {Failing::once, Failing::fromThereOn}) {
-    const int failures =
-        failingEachAllocationOf(call, [&] { EXPECT_EQ(FailingHeap::live(), before); }, mode);
-    EXPECT_GT(failures, 0);
-    EXPECT_EQ(FailingHeap::live(), before);
-  }
+  const int failures =
+      failingEachAllocationOf(call, [&] { EXPECT_EQ(FailingHeap::live(), before); });
+  EXPECT_GT(failures, 0);
+  EXPECT_EQ(FailingHeap::live(), before);
 }
 
 TEST(TypeOutOfMemory, IsNotMadeAndCanBeMadeLater) {
@@ -130,18 +133,18 @@ TEST(TraceOutOfMemory, CutsTheRecordShortAndLetsTheOperationGoOn) {
   handle.facility().levelsUpToIs(9);
   std::ostream* const stream = Kob::traceStream();
   const Name text("a message that is longer than any small buffer would be");
-  bool failed = true;
-  for (std::size_t successes = 0; failed; ++successes) {
-    std::ostringstream written;
-    Kob::traceStreamIs(&written);
-    const Outcome outcome = failingAfter(successes, [&] {
-      KOB_TRACE(handle, 7, "<unknown>", "operation", text << 12345678901234567890U);
-    });
-    EXPECT_FALSE(outcome.thrown);
-    failed = outcome.failed;
-    if (failed) continue;
-    EXPECT_NE(written.str().find("12345678901234567890"), std::string::npos);
-  }
+  std::ostringstream written;
+  Kob::traceStreamIs(&written);
+  const int failures = outcomesOfEachAllocation(
+      [&] { KOB_TRACE(handle, 7, "<unknown>", "operation", text << 12345678901234567890U); },
+      [&](const Outcome& outcome) {
+        EXPECT_FALSE(outcome.thrown);
+        if (!outcome.failed) {
+          EXPECT_THAT(written.str(), HasSubstr("12345678901234567890\n"));
+        }
+        written.str("");
+      });
+  EXPECT_GT(failures, 0);
   Kob::traceStreamIs(stream);
   handle.facility().onIs(false);
 }
@@ -165,6 +168,137 @@ TEST(ObserverOutOfMemory, IsNotSetWhenItCouldNotBeToldEverything) {
                                                [&] { EXPECT_EQ(observer->references(), 1U); });
   EXPECT_GT(failures, 0);
   EXPECT_EQ(observer->references(), 2U);
+}
+
+/// Counts what it hears of without needing memory.
+class Counting final : public Kob::IntrospectionObserver {
+ public:
+  void handleNameSpace(const Name& /*name*/) override { ++heard; }
+  void handleType(KobType* /*type*/, KobType* /*base*/) override { ++heard; }
+  void defNoninstantiatingAttr(KobType* /*type*/, Kob::KobAttr* /*attr*/) override { ++heard; }
+  void handleAttr(KobType* /*type*/, Kob::KobAttr* /*attr*/) override { ++heard; }
+  void handleAttrContextExit() override { ++heard; }
+  void handleScopeExit() override { ++heard; }
+
+  int heard = 0;
+};
+
+/// What a library calls while it describes a type.
+struct Describing {
+  const char* name;
+  std::function<void(Kob::IntrospectionReactor&, KobType*)> call;
+
+  friend void PrintTo(const Describing& describing, std::ostream* stream) {
+    *stream << describing.name;
+  }
+};
+
+const Describing describings[] = {
+    {"ANamespace", [](auto& reactor, KobType*) { reactor.handleNameSpace("GenericMemoryTest"); }},
+    {"AType", [](auto& reactor, KobType* type) { reactor.handleType(type, nullptr); }},
+    {"AnAttribute",
+     [](auto& reactor, KobType* type) { reactor.handleAttr(type, type->attrs()[0].get()); }},
+    {"TheEndOfAnAttribute", [](auto& reactor, KobType*) { reactor.handleAttrContextExit(); }},
+    {"TheEndOfAScope", [](auto& reactor, KobType*) { reactor.handleScopeExit(); }},
+};
+
+/// A type that is described and stays.
+KobType* describedType() {
+  static KobType* const made = [] {
+    auto* const type = new KobType("Described", nullptr, "GenericMemoryTest::Described");
+    type->referencesLeak();
+    type->attrIs("attribute", type, {}, 1);
+    return type;
+  }();
+  return made;
+}
+
+class ObservedOutOfMemory : public testing::Test {
+ protected:
+  IntrospectionGuard guard;
+  Ptr<Counting> observer{new Counting};
+  KobType* const type = describedType();
+
+  void SetUp() override { guard.reactor->observerIs(observer); }
+  /// What somebody hears who comes late.
+  [[nodiscard]] int known() const {
+    const Ptr<Counting> late(new Counting);
+    guard.reactor->observerIs(late);
+    guard.reactor->observerIs(nullptr);
+    return late->heard;
+  }
+  /// Describes until that makes the sequence grow, which needs memory.
+  template <class Describe, class Check>
+  static void failingEachAllocationOfOne(const Describe& describe, const Check& check) {
+    while (failingEachAllocationOf(describe, check) == 0) continue;
+  }
+};
+
+class DescriptionOutOfMemory : public ObservedOutOfMemory,
+                               public testing::WithParamInterface<Describing> {};
+
+INSTANTIATE_TEST_SUITE_P(Calls, DescriptionOutOfMemory, testing::ValuesIn(describings),
+                         [](const auto& tested) { return tested.param.name; });
+
+TEST_P(DescriptionOutOfMemory, IsHeardOfByNobodyNowOrLater) {
+  const int before = observer->heard;
+  int described = 0;
+  const auto describe = [&] {
+    GetParam().call(*guard.reactor, type);
+    ++described;
+  };
+  failingEachAllocationOfOne(describe, [&] { EXPECT_EQ(observer->heard, before + described); });
+  EXPECT_EQ(observer->heard, before + described);
+  EXPECT_EQ(known(), before + described);
+}
+
+TEST_F(ObservedOutOfMemory, LeavesThePlainAttributeOfWhichNobodyHeard) {
+  const int before = observer->heard;
+  int described = 0;
+  const auto describe = [&] {
+    const Name name(("attribute" + std::to_string(described)).c_str());
+    type->attrDel(name);  // It stands when it found no place in the sequence.
+    guard.reactor->defNoninstantiatingAttr(type, name, type, nullptr, {}, 2, 2);
+    ++described;
+  };
+  failingEachAllocationOfOne(describe, [&] { EXPECT_EQ(observer->heard, before + described); });
+  EXPECT_EQ(known(), before + described);
+  EXPECT_EQ(type->attrs().size(), 1U + static_cast<unsigned>(described));
+}
+
+TEST(MakingOutOfMemory, LosesNothing) {
+  const Name name("a name that is longer than any small buffer would be");
+  expectLosesNothing([] { const Name made("literal"); });
+  expectLosesNothing([&] { const Name made(name.view()); });
+  expectLosesNothing([&] { static_cast<void>(name + name); });
+  expectLosesNothing([&] { Kob::activityFactory(name); });
+  expectLosesNothing([&] { const Ptr<KobType> type(new KobType(name, nullptr, "qualified")); });
+  expectLosesNothing([&] { static_cast<void>(Kob::typeName(typeid(WritingObserver))); });
+  expectLosesNothing([&] { static_cast<void>(generic(Ptr(new Clerk(name)))->clone()); });
+  expectLosesNothing([&] { Kob::ConstException(); });
+  expectLosesNothing([&] { static_cast<void>(Kob::TypeException(name).explanation()); });
+  expectLosesNothing([&] { static_cast<void>(Kob::BadIndexException(name).explanation()); });
+  expectLosesNothing(
+      [&] { static_cast<void>(Kob::OperationNotSupportedException(name, 1).explanation()); });
+  expectLosesNothing(
+      [&] { static_cast<void>(Kob::UnknownAttributeException(name, 1).explanation()); });
+}
+
+TEST(ThrowingOutOfMemory, ThrowsWhatItIsAskedToOrThatItIsOutOfMemory) {
+  expectLosesNothing([] {
+    try {
+      Kob::throwRangeException("a message");
+    } catch (const Kob::RangeException&) {
+      return;
+    }
+  });
+  expectLosesNothing([] {
+    try {
+      Kob::throwNameInUseException("a message");
+    } catch (const Kob::NameInUseException&) {
+      return;
+    }
+  });
 }
 
 /// An operation of a shop with two prices and a shelf.
@@ -250,18 +384,15 @@ INSTANTIATE_TEST_SUITE_P(Operations, OperationOutOfMemory, testing::ValuesIn(ope
 
 TEST_P(OperationOutOfMemory, ChangesNothingAndLosesNothing) {
   GetParam().operate(*stocked());
-  for (const Failing mode : {Failing::once, Failing::fromThereOn}) {
-    const Ptr<Shop> shop = stocked();
-    const std::string before = stateOf(*shop);
-    const std::size_t live = FailingHeap::live();
-    failingEachAllocationOf([&] { GetParam().operate(*shop); },
-                            [&] {
-                              EXPECT_EQ(stateOf(*shop), before);
-                              EXPECT_EQ(shop->references(), 1U);
-                              EXPECT_EQ(FailingHeap::live(), live);
-                            },
-                            mode);
-  }
+  const Ptr<Shop> shop = stocked();
+  const std::string before = stateOf(*shop);
+  const std::size_t live = FailingHeap::live();
+  failingEachAllocationOf([&] { GetParam().operate(*shop); },
+                          [&] {
+                            EXPECT_EQ(stateOf(*shop), before);
+                            EXPECT_EQ(shop->references(), 1U);
+                            EXPECT_EQ(FailingHeap::live(), live);
+                          });
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
-// What allocates, and what stands when memory runs out: each allocation of an operation fails once.
+// What allocates, and what stands when memory runs out: each allocation of an operation fails,
+// alone and with all that follow it.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <new>
@@ -9,6 +11,8 @@
 #include <vector>
 
 #include "Kob/Activity.h"
+#include "Kob/PtrInterface.h"
+#include "Kob/Slab.h"
 #include "Kob/String8.h"
 #include "Kob/Trace.h"
 #include "tests/Kob/FailingHeap.h"
@@ -64,17 +68,15 @@ TYPED_TEST(CollectionOutOfMemory, HasNotInsertedWhenItCanNotGrow) {
 }
 
 TYPED_TEST(CollectionOutOfMemory, TakesEachEntryThatItCouldNotTakeBefore) {
-  for (const Failing mode : {Failing::once, Failing::fromThereOn}) {
-    Pairs<TypeParam> pairs;
-    Pairs<TypeParam> untroubled;
-    for (int number = 0; number < 70; ++number) {
-      insert(untroubled, number);
-      failingEachAllocationOf([&] { insert(pairs, number); },
-                              [&] { expectHolds(pairs, firstNumbers(number)); }, mode);
-      EXPECT_EQ(pairs.buckets(), untroubled.buckets());
-    }
-    expectHolds(pairs, firstNumbers(70));
+  Pairs<TypeParam> pairs;
+  Pairs<TypeParam> untroubled;
+  for (int number = 0; number < 70; ++number) {
+    insert(untroubled, number);
+    failingEachAllocationOf([&] { insert(pairs, number); },
+                            [&] { expectHolds(pairs, firstNumbers(number)); });
+    EXPECT_EQ(pairs.buckets(), untroubled.buckets());
   }
+  expectHolds(pairs, firstNumbers(70));
 }
 
 TYPED_TEST(CollectionOutOfMemory, HasChangedNothingWhenItCanNotBeResized) {
@@ -200,6 +202,58 @@ TEST(InputOutOfMemory, KeepsItsReactor) {
                           });
   EXPECT_NE(machine->source.reactor(), reactor);
   EXPECT_EQ(source->kobNotifiees().members(), 1U);
+}
+
+/// A slab with cells, with plain reference counts and with atomic ones, under which it is locked.
+class SlabOutOfMemory : public testing::TestWithParam<bool> {
+ protected:
+  /// Never destroyed: it does not give its pages back.
+  Kob::Slab& slab = *made().emplace_back(new Kob::Slab(true));
+
+  void SetUp() override { Kob::VFPtrInterface::enableThreadSafePointers = GetParam(); }
+  void TearDown() override { Kob::VFPtrInterface::enableThreadSafePointers = false; }
+
+ private:
+  static std::vector<Kob::Slab*>& made() {
+    static auto& slabs = *new std::vector<Kob::Slab*>;
+    return slabs;
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(References, SlabOutOfMemory, testing::Bool(),
+                         [](const auto& tested) { return tested.param ? "Atomic" : "Plain"; });
+
+TEST_P(SlabOutOfMemory, HandsOutNothingAndThenWhatItWouldHaveHandedOut) {
+  void* cell = nullptr;
+  const int failures =
+      failingEachAllocationOf([&] { cell = slab.allocate(40); }, [&] { EXPECT_EQ(cell, nullptr); });
+  EXPECT_EQ(failures, 1) << "the first block of pages";
+  void* other = nullptr;
+  EXPECT_EQ(allocationsOf([&] { other = slab.allocate(48); }), 0) << "the next page of the block";
+  EXPECT_NE(other, cell);
+  slab.release(cell, 40);
+  EXPECT_EQ(slab.allocate(40), cell);
+  slab.release(cell, 40);
+  slab.release(other, 48);
+}
+
+TEST_P(SlabOutOfMemory, KeepsWhatItHandedOutWhenItGetsNoMorePages) {
+  constexpr std::size_t size = Kob::Slab::maxSize;
+  constexpr std::size_t blockSize = 64 * 16 * 1024;
+  std::vector<unsigned char*> cells{static_cast<unsigned char*>(slab.allocate(size))};
+  cells.reserve(blockSize / size);
+  const auto takeAnother = [&] {
+    cells.push_back(static_cast<unsigned char*>(slab.allocate(size)));
+  };
+  const auto takeAll = [&] {
+    while (cells.size() < blockSize / size) takeAnother();
+  };
+  for (const Failing mode : allModes) EXPECT_TRUE(failingAfter(0, takeAll, mode).thrown);
+  EXPECT_GT(cells.size(), blockSize / size * 9 / 10);
+  std::sort(cells.begin(), cells.end());
+  for (std::size_t at = 1; at < cells.size(); ++at) ASSERT_GE(cells[at], cells[at - 1] + size);
+  takeAnother();
+  for (unsigned char* const cell : cells) slab.release(cell, size);
 }
 
 TEST(Allocations, NoneForALookUp) {
