@@ -4,10 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstddef>
+#include <functional>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Kob/Activity.h"
@@ -254,6 +258,33 @@ TEST_P(SlabOutOfMemory, KeepsWhatItHandedOutWhenItGetsNoMorePages) {
   for (std::size_t at = 1; at < cells.size(); ++at) ASSERT_GE(cells[at], cells[at - 1] + size);
   takeAnother();
   for (unsigned char* const cell : cells) slab.release(cell, size);
+}
+
+TEST_P(SlabOutOfMemory, LetsNoOtherThreadInWhileItTakesPagesIfReferencesAreAtomic) {
+  const int patience = GetParam() ? 50 : 60000;
+  void* const cell = slab.allocate(40);
+  std::atomic<bool> isReleased = false;
+  bool isReleasedMeanwhile = false;
+  std::thread other;
+  const std::function<void()> look = [&] {
+    other = std::thread([&] {
+      slab.release(cell, 40);
+      isReleased = true;
+    });
+    // Long enough for whoever does not wait.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(patience);
+    while (!isReleased && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    isReleasedMeanwhile = isReleased;
+  };
+  constexpr std::size_t size = Kob::Slab::maxSize;
+  std::vector<void*> cells;
+  cells.reserve(4096);
+  FailingHeap::lookIs(&look);
+  while (!other.joinable()) cells.push_back(slab.allocate(size));
+  FailingHeap::lookIs(nullptr);
+  other.join();
+  EXPECT_EQ(isReleasedMeanwhile, !GetParam());
+  for (void* const taken : cells) slab.release(taken, size);
 }
 
 TEST(Allocations, NoneForALookUp) {

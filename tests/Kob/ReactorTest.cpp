@@ -61,6 +61,33 @@ TEST_F(ReactorTest, MadeInThePlaceOfAnotherDisconnectsIt) {
   EXPECT_TRUE(isIn(first_, *made));
 }
 
+/// Remembers whether it had its owner when it became a zombie.
+class Parting final
+    : public Kob::KeyedReactor<Parting, Source::NotifieeConst, Machine, Source::valueId, int> {
+ public:
+  Parting(const Ptr<Kob::ActivityConfig>& activity, const NotifierPtr& notifier, Machine* owner)
+      : KeyedReactor(activity, notifier, owner) {}
+
+  bool kobDoZombieReactors(bool zombie) override {
+    hadOwner = owner() != nullptr;
+    return KeyedReactor::kobDoZombieReactors(zombie);
+  }
+  void keyedHook(int /*key*/) {}
+  void unkeyedHook() {}
+  void handleKey(int /*key*/) {}
+  void renewed() {}
+
+  bool hadOwner = false;
+};
+
+TEST_F(ReactorTest, BecomesAZombieBeforeItsOwnerLetsGo) {
+  Kob::Input<Parting> parted;
+  const auto reactor = parted.newReactor(*machine_, first_);
+  parted.notifierIs(*machine_, nullptr);
+  EXPECT_TRUE(reactor->hadOwner);
+  EXPECT_EQ(reactor->owner(), nullptr);
+}
+
 TEST_F(ReactorTest, HandlesEachKeyAtOnceWithoutAnActivity) {
   input().newReactor(*machine_, first_);
   first_->valueNotify(1);

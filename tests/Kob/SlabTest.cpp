@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <latch>
+#include <map>
 #include <random>
 #include <thread>
 #include <utility>
@@ -111,6 +112,24 @@ TEST(Slab, TakesReleasesInAnyOrder) {
     }
   }
   for (const Cell& cell : cells) ASSERT_TRUE(cell.isIntact());
+}
+
+TEST(Slab, FillsAPageBeforeItTakesAnother) {
+  constexpr std::size_t size = 360;
+  constexpr std::uintptr_t pageSize = 16384;
+  std::map<std::uintptr_t, int> cellsInPage;
+  for (const Cell& cell : cellsOf(size, 200)) ++cellsInPage[cell.address() / pageSize];
+  EXPECT_EQ(cellsInPage.size(), 5U) << "each page has room for 45";
+}
+
+TEST(Slab, TakesBackCellsOfEverySize) {
+  for (int round = 0; round < 3; ++round) {
+    std::vector<std::vector<Cell>> all;
+    for (std::size_t size = 1; size <= 33; ++size) all.push_back(cellsOf(size, 100));
+    for (const auto& cells : all) {
+      ASSERT_TRUE(std::ranges::all_of(cells, &Cell::isIntact)) << cells.front().size();
+    }
+  }
 }
 
 TEST(Slab, CarvesAnEmptiedPageAnewInAddressOrder) {
