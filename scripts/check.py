@@ -22,6 +22,7 @@ BUILD = ROOT / "build"
 LAYERS = ["Kob", "platform", "FyrL3Intf", "agent"]
 LIBRARIES = ["Kob", "FyrPlatform", "FyrL3Intf"]
 TEST_PROGRAMS = ["KobTest", "PlatformTest", "FyrL3IntfTest", "AgentTest"]
+RELEASE = "bench-quick"  # the preset of what is shipped; it has the benches too
 JOBS = len(os.sched_getaffinity(0))
 SHOWN = ["fatal reports", "coverage", "growth", "growth: 100,000 interfaces"]  # steps whose output is of interest when they pass
 LINES_SHOWN = 300
@@ -165,7 +166,7 @@ def build_and_test(tally, title, preset, **options):
 
 def every_source_is_built():
     """No source file has been left out of every build."""
-    builds = ["dev", "watched", "bench-quick"]
+    builds = ["dev", "watched", RELEASE]
     commands = "".join((BUILD / build / "compile_commands.json").read_text() for build in builds)
     folders = [*LAYERS, "tests", "benches"]
     missing = [path for path in sources(*folders, suffixes=(".cpp",)) if f'"{ROOT / path}"' not in commands]
@@ -212,8 +213,8 @@ def clang_tidy():
 
 def type_names_inputs():
     """The library that lists the names of its types, and the objects that it is linked from."""
-    objects = (BUILD / "release" / "FyrL3Intf").rglob("*.o")
-    return [library_paths("release")[-1], *sorted(objects)]
+    objects = (BUILD / RELEASE / "FyrL3Intf").rglob("*.o")
+    return [library_paths(RELEASE)[-1], *sorted(objects)]
 
 
 def long_model():
@@ -240,13 +241,17 @@ def check(extent):
     tally.step("the benchmark is weighed right", lambda: run("python3", "tests/scripts/BenchTest.py"))
     tally.step("growth is weighed right", lambda: run("python3", "tests/scripts/GrowthTest.py"))
 
-    if tally.step("release: build", build("release")):
-        tally.step("exported names", lambda: run("scripts/exports.py", *library_paths("release")))
-        tally.step("virtual slots", lambda: run("scripts/slots.py", "tests/slots.txt", *library_paths("release")))
+    if tally.step("release, with benches: build", build(RELEASE)):
+        tally.step("exported names", lambda: run("scripts/exports.py", *library_paths(RELEASE)))
+        tally.step("virtual slots", lambda: run("scripts/slots.py", "tests/slots.txt", *library_paths(RELEASE)))
         tally.step("names of types stay", lambda: run("scripts/typenames.py", *type_names_inputs()))
-        products = [*library_paths("release"), BUILD / "release" / "bin" / "fyrl3"]
+        products = [*library_paths(RELEASE), BUILD / RELEASE / "bin" / "fyrl3"]
         tally.step("hardened", lambda: run("scripts/hardened.py", *products))
-        tally.step("installed package", lambda: run("scripts/installed.sh", BUILD / "release"))
+        tally.step("installed package", lambda: run("scripts/installed.sh", BUILD / RELEASE))
+        tally.step("benches run", lambda: run("./bench", "--quick"))
+        tally.step("growth", lambda: run("scripts/growth.py", BUILD / RELEASE))
+        if extent == "--all":
+            tally.step("growth: 100,000 interfaces", lambda: run("scripts/growth.py", BUILD / RELEASE, "100000"))
 
     if tally.step("sanitizers and coverage: build", build("watched")):
         with tempfile.TemporaryDirectory() as profiles:
@@ -255,11 +260,6 @@ def check(extent):
             tally.step("coverage", lambda: run("scripts/coverage.py", BUILD / "watched", profiles))
             tally.step("fuzz corpora", fuzz_corpora(**environment))
 
-    if tally.step("benches: build", build("bench-quick")):
-        tally.step("benches run", lambda: run("./bench", "--quick"))
-        tally.step("growth", lambda: run("scripts/growth.py", BUILD / "bench-quick"))
-        if extent == "--all":
-            tally.step("growth: 100,000 interfaces", lambda: run("scripts/growth.py", BUILD / "bench-quick", "100000"))
     tally.step("every source is built", every_source_is_built)
     tally.step("clang-tidy", clang_tidy)
 
