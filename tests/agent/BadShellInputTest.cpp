@@ -158,6 +158,53 @@ TEST(BadNumberInALine, IsNoL3Id) {
   EXPECT_EQ(bench.obey("get table.intfL3Index[x]").out, "18446744073709551615\n");
 }
 
+/// Expects that a line is obeyed with the number in the place of the mark, and that the other one
+/// then prints the value.
+void expectReadBack(ShellBench& bench, const std::string& writing, const std::string& reading,
+                    const std::string& number, const std::string& value) {
+  EXPECT_EQ(expectAnswered(bench, filled(writing, "@", number)), exitSuccess) << writing << number;
+  EXPECT_EQ(bench.obey(filled(reading, "@", number)).out, value + "\n") << reading << number;
+}
+
+TEST(NumberAtALimitInALine, IsAVlanFrom1To4094) {
+  ShellBench bench(true);
+  for (const std::string number : {"1", "2", "4093", "4094"}) {
+    EXPECT_EQ(bench.obey("get configSm.desiredRoutedPortName[" + number + "]").out, "{}\n");
+    expectReadBack(bench, "set configSm.desiredInternalVlanId[x] @",
+                   "get configSm.desiredInternalVlanId[x]", number, number);
+    expectReadBack(bench, "call configSm.doSetDesiredInternalVlanId(Ethernet0, @)",
+                   "lookup Ethernet0", number, number);
+    EXPECT_EQ(bench.obey("lookup " + number).out, "Ethernet0\n");
+  }
+  EXPECT_EQ(expectAnswered(bench, "del configSm.desiredInternalVlanId[x]"), exitSuccess);
+}
+
+TEST(NumberAtALimitInALine, IsNoVlanButNoneWhereItIs0) {
+  expectRefused("get configSm.desiredRoutedPortName[0]");
+  expectRefused("set configSm.desiredRoutedPortName[0] ()");
+  ShellBench bench(true);
+  expectReadBack(bench, "call configSm.doSetDesiredInternalVlanId(Ethernet0, @)",
+                 "get configSm.desiredInternalVlanId[Ethernet0]", "0", "0");
+  EXPECT_EQ(expectAnswered(bench, "lookup Ethernet0"), exitNotFound);
+  expectReadBack(bench, "set configSm.desiredInternalVlanId[Ethernet4] @",
+                 "get configSm.desiredInternalVlanId[Ethernet4]", "0", "0");
+}
+
+TEST(NumberAtALimitInALine, IsAnL3IdFrom0To64Bits) {
+  ShellBench bench(false);
+  for (const std::string number :
+       {"0", "1", "4294967295", "4294967296", "18446744073709551614", "18446744073709551615"}) {
+    expectReadBack(bench, "set table.intfL3Index[Ethernet0] @", "get table.intfL3Index[Ethernet0]",
+                   number, number);
+    expectReadBack(bench, "set table.routedPortName[@] Ethernet0", "get table.routedPortName[@]",
+                   number, "Ethernet0");
+    EXPECT_EQ(bench.obey("call table.l3IdToIntfId(" + number + ")").out, "Ethernet0\n") << number;
+    EXPECT_EQ(bench.obey("lookup " + number).exitCode, number == "0" ? exitNotFound : exitSuccess);
+  }
+  expectReadBack(bench, "set table.intfL3Index[Ethernet0] @", "get table.intfL3Index[Ethernet0]",
+                 "0xffffffffffffffff", "18446744073709551615");
+}
+
 /// Lines with a word in each place that takes one.
 constexpr const char* linesWithAName[] = {"@",
                                           "lookup @",
