@@ -12,6 +12,7 @@ import pathlib
 import shutil
 import subprocess
 import sys
+import textwrap
 import threading
 import time
 import unittest
@@ -21,6 +22,7 @@ import trees  # first: it finds the scripts
 from trees import ROOT
 
 import check
+import largefiles
 import planted
 import processes
 import treecopy
@@ -550,6 +552,58 @@ class CopyOfTheTree(trees.InTree):
         changed = self.write("copy/Kob/A.h", "with mutants\n")
         treecopy.update(self.root / "tree", self.copy, {changed})
         self.assertEqual(changed.read_text(), "with mutants\n")
+
+
+class LargeFiles(InTree):
+    """A program that reads what it is given and answers as the host does, with a fault or without."""
+
+    PROGRAM = """
+        #!/usr/bin/env python3
+        import json, os, sys
+        text = sys.stdin.buffer.read()
+        def refuse(why):
+            print(f"fyrl3: file: {why}", file=sys.stderr)
+            sys.exit(2)
+        FAULT
+        if len(text) > 2000000:
+            refuse("longer than 256 MiB")
+        try:
+            json.loads(text.removeprefix(b"apply "))
+        except ValueError:
+            refuse("not JSON")
+    """
+
+    def setUp(self):
+        super().setUp()
+        self.set(largefiles, LIMIT=2000000, MIB=1000000, KINDS=[largefiles.KINDS[0], largefiles.KINDS[-1]])
+
+    def give(self, fault):
+        """What is made of the program with the fault: the exit code, and what is printed."""
+        program = self.write("program", textwrap.dedent(self.PROGRAM).lstrip().replace("FAULT", fault), executable=True)
+        with (
+            unittest.mock.patch.object(sys, "argv", ["largefiles.py", str(program), "--mib=1"]),
+            contextlib.redirect_stdout(io.StringIO()) as out,
+        ):
+            return largefiles.main(), out.getvalue()
+
+    def test_are_answered_or_refused(self):
+        code, out = self.give("pass")
+        self.assertEqual(code, 0, out)
+        self.assertEqual(out.count("exit 0"), 4, out)
+        self.assertEqual(out.count("exit 2"), 6, out)
+
+    def test_that_are_not_are_a_fault(self):
+        for fault, complaint in [
+            ("os.abort()", "exit code -6, not 0"),
+            ("sys.exit(0)", "exit code 0, not 2"),
+            ("refuse('no')", 'no word of "not JSON"'),
+            ("print('once more', file=sys.stderr)", "no message of one line"),
+            ("text += bytes(500000000)", "MiB  more than"),
+        ]:
+            with self.subTest(complaint):
+                code, out = self.give(fault)
+                self.assertEqual(code, 1, out)
+                self.assertIn(complaint, out)
 
 
 class TheWholeCheck(unittest.TestCase):
