@@ -13,9 +13,15 @@
 
 namespace Agent {
 
-/// Whether there is time to parse a hundred million bytes: in optimised builds, but for valgrind's.
-#if defined(__OPTIMIZE__) && defined(KOB_SLAB)
-inline constexpr bool isQuick = true;
+/// Whether the build is one for sanitizers or valgrind, which want to see each object.
+#ifdef KOB_SLAB
+inline constexpr bool isWatched = false;
+#else
+inline constexpr bool isWatched = true;
+#endif
+/// Whether there is time to parse a hundred million bytes.
+#ifdef __OPTIMIZE__
+inline constexpr bool isQuick = !isWatched;
 #else
 inline constexpr bool isQuick = false;
 #endif

@@ -22,7 +22,6 @@
 #include "agent/Printer.h"
 #include "agent/Session.h"
 #include "agent/Shell.h"
-#include "tests/FyrL3Intf/Sanitized.h"
 #include "tests/agent/BadInput.h"
 
 namespace Agent {
@@ -35,10 +34,10 @@ constexpr std::size_t megabytesAtFirst = 64;
 constexpr std::size_t bytesPerByte = 400;
 /// What a patch may copy besides: texts of 64 MiB, and a million values.
 constexpr std::size_t megabytesOfCopies = 256;
-/// Sanitizers keep what was freed, and surround what was not.
-constexpr std::size_t factor = FyrL3Intf::Tests::sanitized ? 8 : 1;
+/// Sanitizers and valgrind keep what was freed, and surround what was not.
+constexpr std::size_t factor = isWatched ? 8 : 1;
 /// Of what is read at once: so much that it is mostly the bytes for each byte that bound it.
-constexpr std::size_t flatSize = (std::size_t{1} << 20U) / (FyrL3Intf::Tests::sanitized ? 4 : 1);
+constexpr std::size_t flatSize = (std::size_t{1} << 20U) / (isWatched ? 4 : 1);
 /// Of what makes more work.
 constexpr std::size_t size = isQuick ? flatSize : std::size_t{32} << 10U;
 constexpr unsigned secondsAtMost = 60;
